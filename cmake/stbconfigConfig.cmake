@@ -1,0 +1,6 @@
+# SPDX-FileCopyrightText: The stbconfig authors
+# SPDX-License-Identifier: MIT
+
+include(CMakeFindDependencyMacro)
+find_dependency(Qt5 5.15 COMPONENTS Core)
+include("${CMAKE_CURRENT_LIST_DIR}/stbconfigTargets.cmake")

@@ -1,0 +1,25 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#ifndef STBCONFIG_BACKENDS_P_H
+#define STBCONFIG_BACKENDS_P_H
+
+#include <QtCore/QSharedPointer>
+#include <QtCore/QString>
+
+namespace stbconfig {
+
+class IErrorHandler;
+class IReadableBackend;
+class IStorableBackend;
+
+// Each returns a new storage that nobody else holds. A handler may be null; a storage keeps it for
+// its whole life.
+QSharedPointer<IStorableBackend> createQtSettingsIniBackend(const QString &fileName,
+                                                            IErrorHandler *errorHandler);
+QSharedPointer<IReadableBackend> createEnvironmentReader(IErrorHandler *errorHandler);
+QSharedPointer<IStorableBackend> createDynamicMapStorage();
+
+} // namespace stbconfig
+
+#endif

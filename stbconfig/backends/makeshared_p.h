@@ -1,0 +1,28 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#ifndef STBCONFIG_MAKESHARED_P_H
+#define STBCONFIG_MAKESHARED_P_H
+
+#include <QtCore/QScopedPointer>
+#include <QtCore/QSharedPointer>
+
+#include <utility>
+
+namespace stbconfig {
+
+// Makes an object that is destroyed through its own type. Qt's two ways are not safe against a
+// failed allocation of the reference counter: QSharedPointer(new T) then loses the object, and
+// QSharedPointer<T>::create() destroys a pointer that was never initialised.
+template <typename T, typename... Arguments>
+QSharedPointer<T> makeShared(Arguments &&...arguments)
+{
+    QScopedPointer<T> object(new T(std::forward<Arguments>(arguments)...));
+    QSharedPointer<T> shared(object.data());
+    object.take();
+    return shared;
+}
+
+} // namespace stbconfig
+
+#endif

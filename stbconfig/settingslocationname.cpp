@@ -1,0 +1,25 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#include "settingslocationname_p.h"
+
+namespace stbconfig {
+
+QString settingsLocationName(ConfigurationManager::SettingsLocation location)
+{
+    switch (location) {
+    case ConfigurationManager::CustomConfPersistent:
+        return QStringLiteral("CustomConfPersistent");
+    case ConfigurationManager::StbappConfDefault:
+        return QStringLiteral("StbappConfDefault");
+    case ConfigurationManager::EnvironmentVariables:
+        return QStringLiteral("EnvironmentVariables");
+    // Nameless on purpose: these messages are matched word for word by those who collect them.
+    case ConfigurationManager::DhcpOptionsConf:
+    case ConfigurationManager::TemporaryApplicationStorage:
+        break;
+    }
+    return QStringLiteral("internal error: invalid enumerator");
+}
+
+} // namespace stbconfig
