@@ -127,9 +127,8 @@ public:
     /**
      * Stores a value under the pair, replacing any previous one.
      *
-     * Memory keeps the variant as it is, also an invalid one, which then counts as held. A file
-     * keeps what its format can express. In a file the pair of two empty names addresses nothing,
-     * and storing under it has no effect.
+     * Memory keeps the variant as it is. A file keeps what its format can express, see value() for
+     * what comes back. An invalid variant counts as held in both.
      *
      * @param group     the first half of the address; may be empty
      * @param key       the second half of the address; may be empty

@@ -1,0 +1,48 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#ifndef STBCONFIG_VARIABLENAME_P_H
+#define STBCONFIG_VARIABLENAME_P_H
+
+#include "../constants_p.h"
+
+#include <QtCore/QStringBuilder>
+
+#include <algorithm>
+
+namespace stbconfig {
+
+// Copies text to out in upper case and returns where the copy ends, or null at the first character
+// beyond ASCII.
+inline QChar *copyAsciiUpperCased(const QString &text, QChar *out)
+{
+    for (const QChar character : text) {
+        const ushort unicode = character.unicode();
+        if (unicode >= 0x80)
+            return nullptr;
+        const bool isLower = unicode >= 'a' && unicode <= 'z';
+        *out++ = QChar(ushort(isLower ? unicode - ('a' - 'A') : unicode));
+    }
+    return out;
+}
+
+// Only the case changes: no character is replaced, and no "_" is put between the words of a key.
+// Names are mostly ASCII, and those take one allocation instead of three. Any other name is
+// upper-cased half by half: over the joined name, Qt would take the "_" for the missing part of an
+// unpaired surrogate at the end of the group.
+inline QString variableName(const QString &group, const QString &key)
+{
+    const QString &prefix = constants::environmentPrefix;
+    QString name(prefix.size() + group.size() + 1 + key.size(), Qt::Uninitialized);
+    QChar *out = std::copy(prefix.cbegin(), prefix.cend(), name.data());
+    if ((out = copyAsciiUpperCased(group, out))) {
+        *out++ = QLatin1Char('_');
+        if (copyAsciiUpperCased(key, out))
+            return name;
+    }
+    return prefix % group.toUpper() % QLatin1Char('_') % key.toUpper();
+}
+
+} // namespace stbconfig
+
+#endif

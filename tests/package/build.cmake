@@ -1,0 +1,15 @@
+# SPDX-FileCopyrightText: The stbconfig authors
+# SPDX-License-Identifier: MIT
+
+# Configures and builds the project in <source> under <name> in the work folder, from nothing.
+function(build name source)
+  file(REMOVE_RECURSE "${WORK_DIR}/${name}")
+  run("${CMAKE_COMMAND}" -S "${source}" -B "${WORK_DIR}/${name}" -G "${GENERATOR}"
+    "-DCMAKE_CXX_COMPILER=${COMPILER}" -DCMAKE_BUILD_TYPE=Release
+    "-DCMAKE_CXX_FLAGS_RELEASE=-O2 -DNDEBUG" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON ${ARGN})
+  run("${CMAKE_COMMAND}" --build "${WORK_DIR}/${name}")
+endfunction()
+
+function(run)
+  execute_process(COMMAND ${ARGV} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()

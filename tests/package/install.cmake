@@ -1,0 +1,23 @@
+# SPDX-FileCopyrightText: The stbconfig authors
+# SPDX-License-Identifier: MIT
+
+include("${CMAKE_CURRENT_LIST_DIR}/build.cmake")
+
+build(release "${SOURCE_DIR}" -DBUILD_TESTING=OFF -DSTBCONFIG_BUILD_EXAMPLES=OFF
+  -DCMAKE_INSTALL_LIBDIR=lib)
+file(REMOVE_RECURSE "${WORK_DIR}/first" "${WORK_DIR}/installed")
+run("${CMAKE_COMMAND}" --install "${WORK_DIR}/release" --prefix "${WORK_DIR}/first")
+# Whoever uses the package finds it where it was not installed.
+file(RENAME "${WORK_DIR}/first" "${WORK_DIR}/installed")
+
+file(GLOB_RECURSE headers RELATIVE "${WORK_DIR}/installed/include" "${WORK_DIR}/installed/include/*")
+set(expected
+  stbconfig/backendinterfaces.h
+  stbconfig/configurationmanager.h
+  stbconfig/errorhandler.h
+  stbconfig/export.h
+  stbconfig/logsconfigwrapper.h
+  stbui/cmdlineargs.h)
+if(NOT headers STREQUAL expected)
+  message(FATAL_ERROR "installed headers: ${headers}")
+endif()

@@ -1,0 +1,156 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#include "support/settingsfixture.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QFile>
+#include <QtCore/QPoint>
+#include <QtCore/QSize>
+
+#include <limits>
+
+using namespace stbconfig;
+
+// Settings are written through one manager and read through another. Qt remembers, within one
+// process, what it wrote to a path, so the file is moved to another path in between.
+class Persistence : public SettingsFixture
+{
+protected:
+    QVariant writtenAndReadBack(const QVariant &value)
+    {
+        customStorage()->setValue("Group", "key", value);
+        restart();
+        scratch.write("moved/custom.conf", contentOf(customFile()));
+        ConfigurationManager second(scratch.path("moved/"), defaultPrefix(), &handler);
+        const IReadableBackend *file = second.readOnlyStorage(CustomConfPersistent);
+        EXPECT_TRUE(file->contains("Group", "key"));
+        EXPECT_TRUE(file->isValid());
+        return file->value("Group", "key");
+    }
+};
+
+TEST_F(Persistence, KeepsTexts)
+{
+    const QString texts[] = {"hdmi",
+                             " leading and trailing ",
+                             "a, b; c = \"d\" \\ e",
+                             "two\nlines\tand\ra tab",
+                             QString::fromUtf8("Ünï©ødé Привет 日本 😀"),
+                             "@at the start",
+                             "100%",
+                             "true",
+                             "[section]",
+                             "# no comment"};
+    for (const QString &text : texts)
+        EXPECT_THAT(writtenAndReadBack(text), IsVariant(text));
+}
+
+TEST_F(Persistence, KeepsAnEmptyText) { EXPECT_THAT(writtenAndReadBack(""), IsEmptyText()); }
+
+TEST_F(Persistence, ReturnsNumbersAsTexts)
+{
+    EXPECT_THAT(writtenAndReadBack(0), IsText("0"));
+    EXPECT_THAT(writtenAndReadBack(-7), IsText("-7"));
+    EXPECT_THAT(writtenAndReadBack(std::numeric_limits<qlonglong>::min()),
+                IsText("-9223372036854775808"));
+    EXPECT_THAT(writtenAndReadBack(std::numeric_limits<qulonglong>::max()),
+                IsText("18446744073709551615"));
+    EXPECT_EQ(writtenAndReadBack(0.1).toDouble(), 0.1);
+}
+
+TEST_F(Persistence, ReturnsBooleansAsTexts)
+{
+    EXPECT_THAT(writtenAndReadBack(true), IsText("true"));
+    EXPECT_THAT(writtenAndReadBack(false), IsText("false"));
+}
+
+TEST_F(Persistence, KeepsListsOfTexts)
+{
+    const QStringList list = {"a", "", "b, c", QString::fromUtf8("ж")};
+
+    EXPECT_THAT(writtenAndReadBack(list), IsVariant(list));
+}
+
+TEST_F(Persistence, ReturnsAListOfOneAsItsText)
+{
+    EXPECT_THAT(writtenAndReadBack(QStringList("alone")), IsText("alone"));
+}
+
+TEST_F(Persistence, KeepsBytes)
+{
+    const QByteArray bytes("\0\x01\xff,;\"\n", 7);
+
+    EXPECT_THAT(writtenAndReadBack(bytes), IsVariant(bytes));
+}
+
+TEST_F(Persistence, KeepsSizesAndPoints)
+{
+    EXPECT_THAT(writtenAndReadBack(QSize(1920, 1080)), IsVariant(QSize(1920, 1080)));
+    EXPECT_THAT(writtenAndReadBack(QPoint(-1, 2)), IsVariant(QPoint(-1, 2)));
+}
+
+TEST_F(Persistence, KeepsMapsAndDates)
+{
+    const QVariantMap map = {{"name", "news"}, {"number", 7}};
+    const QDateTime date({2026, 11, 20}, {12, 30}, Qt::UTC);
+
+    EXPECT_THAT(writtenAndReadBack(map), IsVariant(map));
+    EXPECT_THAT(writtenAndReadBack(date), IsVariant(date));
+}
+
+TEST_F(Persistence, ReturnsAnInvalidValueAsAnInvalidOneThatIsHeld)
+{
+    EXPECT_THAT(writtenAndReadBack(QVariant()), IsInvalid());
+}
+
+TEST_F(Persistence, KeepsNamesOfAnyCharacters)
+{
+    struct Name
+    {
+        QString group;
+        QString key;
+    };
+    const Name names[] = {{"a b", "c d"},
+                          {"A=B", "c;d#e\"f"},
+                          {QString::fromUtf8("Видео"), QString::fromUtf8("выход")},
+                          {"100%", "%41"},
+                          {"[x]", "y\nz"}};
+    for (const Name &name : names)
+        customStorage()->setValue(name.group, name.key, name.key);
+    restart();
+    scratch.write("moved/custom.conf", contentOf(customFile()));
+    ConfigurationManager second(scratch.path("moved/"), defaultPrefix(), nullptr);
+
+    for (const Name &name : names)
+        EXPECT_THAT(second.value(name.group, name.key, {}), IsVariant(name.key));
+}
+
+TEST_F(Persistence, NeverWritesTheDefaultFile)
+{
+    const char *before = "; kept as it is\n[Video]\noutput=hdmi\n";
+    writeDefaultFile(before);
+    customStorage()->setValue("Video", "output", "scart");
+    temporaryStorage()->setValue("Video", "output", "component");
+    customStorage()->remove("Video", "output");
+    restart();
+
+    EXPECT_EQ(contentOf(defaultFile()), before);
+}
+
+TEST_F(Persistence, KeepsTheEntriesThatWereNotChanged)
+{
+    writeCustomFile("[Audio]\nvolume=7\n[Video]\noutput=hdmi\nrate=50\n");
+    customStorage()->setValue("Video", "output", "scart");
+    restart();
+
+    EXPECT_EQ(contentOf(customFile()), "[Audio]\nvolume=7\n\n[Video]\noutput=scart\nrate=50\n");
+}
+
+TEST_F(Persistence, ASecondManagerSeesAChangeBeforeItIsWritten)
+{
+    ConfigurationManager second(persistentPrefix(), defaultPrefix(), nullptr);
+    customStorage()->setValue("Video", "output", "scart");
+
+    EXPECT_THAT(second.value("Video", "output", {}), IsText("scart"));
+}

@@ -1,0 +1,141 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#include "support/settingsfixture.h"
+
+#include <stbconfig/configurationmanager_p.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <thread>
+
+using namespace stbconfig;
+using ::testing::_;
+using ::testing::NiceMock;
+
+namespace {
+
+class MockStorage : public IStorableBackend
+{
+public:
+    MOCK_METHOD(bool, isValid, (), (const, override));
+    MOCK_METHOD(bool, contains, (const QString &, const QString &), (const, override));
+    MOCK_METHOD(QVariant, value, (const QString &, const QString &), (const, override));
+    MOCK_METHOD(QStringList, allKeys, (), (const, override));
+    MOCK_METHOD(void, setValue, (const QString &, const QString &, const QVariant &), (override));
+    MOCK_METHOD(void, remove, (const QString &, const QString &), (override));
+};
+
+class MockHandler : public IErrorHandler
+{
+public:
+    MOCK_METHOD(void, handleError, (const QString &), (override));
+};
+
+} // namespace
+
+class Locks : public SettingsFixture
+{
+protected:
+    ConfigurationManagerPrivate &d() { return *ConfigurationManagerPrivate::get(&manager()); }
+
+    bool isLocked()
+    {
+        const bool isFree = d().mutex.tryLock();
+        if (isFree)
+            d().mutex.unlock();
+        return !isFree;
+    }
+
+    // Whether the call waits while somebody else holds the manager's lock.
+    bool waitsForTheLock(const std::function<void()> &call)
+    {
+        std::atomic_bool hasReturned{false};
+        d().mutex.lock();
+        std::thread caller([&] {
+            call();
+            hasReturned = true;
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        const bool waited = !hasReturned;
+        d().mutex.unlock();
+        caller.join();
+        return waited;
+    }
+};
+
+TEST_F(Locks, AreFreeBetweenCalls)
+{
+    EXPECT_FALSE(isLocked());
+    valueOf("Video", "output");
+    manager().dynamicStorage(DhcpOptionsConf);
+    manager().readOnlyStorages();
+    manager().independentStorage("channels");
+
+    EXPECT_FALSE(isLocked());
+}
+
+TEST_F(Locks, AreNotRecursive) { EXPECT_FALSE(d().mutex.isRecursive()); }
+
+TEST_F(Locks, AreHeldWhileAHandlerReceivesAReport)
+{
+    MockHandler observer;
+    manager().setErrorHandler(&observer);
+    EXPECT_CALL(observer, handleError(_)).Times(2).WillRepeatedly([this](const QString &) {
+        EXPECT_TRUE(isLocked());
+    });
+
+    manager().dynamicStorage(DhcpOptionsConf);
+    manager().readOnlyStorage(DhcpOptionsConf);
+}
+
+TEST_F(Locks, AreReleasedWhenAHandlerThrows)
+{
+    MockHandler thrower;
+    manager().setErrorHandler(&thrower);
+    EXPECT_CALL(thrower, handleError(_)).WillOnce([](const QString &) { throw 1; });
+
+    EXPECT_ANY_THROW(manager().dynamicStorage(DhcpOptionsConf));
+    EXPECT_FALSE(isLocked());
+}
+
+TEST_F(Locks, AreNotHeldWhileStoragesAreAsked)
+{
+    const auto readable = QSharedPointer<MockStorage>::create();
+    const auto storable = QSharedPointer<MockStorage>::create();
+    d().readableBackends = {{{0, EnvironmentVariables}, readable}};
+    d().storableBackends = {{{0, CustomConfPersistent}, storable}};
+    for (const auto &mock : {readable, storable}) {
+        EXPECT_CALL(*mock, contains(_, _)).WillOnce([this](const QString &, const QString &) {
+            EXPECT_FALSE(isLocked());
+            return true;
+        });
+        EXPECT_CALL(*mock, value(_, _)).WillOnce([this](const QString &, const QString &) {
+            EXPECT_FALSE(isLocked());
+            return "value";
+        });
+    }
+
+    valueOf("Video", "output");
+}
+
+TEST_F(Locks, AreTakenByLookupsAndStorageAccessors)
+{
+    EXPECT_TRUE(waitsForTheLock([this] { valueOf("Video", "output"); }));
+    EXPECT_TRUE(waitsForTheLock([this] { manager().defaultLocale(); }));
+    EXPECT_TRUE(waitsForTheLock([this] { manager().dynamicStorage(CustomConfPersistent); }));
+    EXPECT_TRUE(waitsForTheLock([this] { manager().readOnlyStorage(CustomConfPersistent); }));
+    EXPECT_TRUE(waitsForTheLock([this] { manager().independentStorage("ravel"); }));
+    EXPECT_TRUE(waitsForTheLock([this] { manager().readOnlyStorages(); }));
+    EXPECT_TRUE(waitsForTheLock([this] { manager().dynamicStorages(); }));
+}
+
+TEST_F(Locks, AreNotTakenByThePlainAccessors)
+{
+    d().mutex.lock();
+    manager().persistentStoragePrefix();
+    manager().setErrorHandler(&handler);
+    manager().setCmdLineArgs(manager().cmdLineArgs());
+    d().mutex.unlock();
+}

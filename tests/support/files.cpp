@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#include "files.h"
+
+#include "printers.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+#include <gtest/gtest.h>
+
+ScratchDirectory::ScratchDirectory() { EXPECT_TRUE(directory.isValid()) << "no scratch directory"; }
+
+QString ScratchDirectory::write(const QString &name, const QByteArray &content) const
+{
+    const QString path = this->path(name);
+    EXPECT_TRUE(QDir().mkpath(QFileInfo(path).path()));
+    QFile file(path);
+    EXPECT_TRUE(file.open(QFile::WriteOnly)) << "cannot open " << path.toStdString();
+    EXPECT_EQ(file.write(content), content.size());
+    return path;
+}
+
+QString ScratchDirectory::unwritablePrefix() const { return write("not-a-directory", {}) + '/'; }
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    EXPECT_TRUE(file.open(QFile::ReadOnly)) << "cannot open " << path.toStdString();
+    return file.readAll();
+}
