@@ -6,6 +6,9 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 using namespace stbconfig;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -198,6 +201,80 @@ TEST_F(IniFile, ThatIsMalformedStillTakesChanges)
 
     EXPECT_THAT(file().value("Audio", "volume"), IsVariant(7));
     EXPECT_THAT(handler.messages(), IsEmpty());
+}
+
+// Nothing is forbidden to root, so the script runs in a process of an ordinary user.
+template <typename Script>
+void asOrdinaryUser(Script script)
+{
+    const auto runScript = [&script] {
+        constexpr uid_t nobody = 65534;
+        if (geteuid() == 0 && setresuid(nobody, nobody, nobody) != 0)
+            ADD_FAILURE() << "cannot become an ordinary user";
+        script();
+        std::_Exit(::testing::Test::HasFailure() ? 1 : 0);
+    };
+    EXPECT_EXIT(runScript(), ::testing::ExitedWithCode(0), "");
+}
+
+class ProtectedIniFile : public SettingsFixture
+{
+protected:
+    void protectCustomFile(mode_t mode)
+    {
+        writeCustomFile("[Video]\noutput=hdmi\n");
+        for (const char *directory : {"", "data"})
+            ASSERT_EQ(chmod(scratch.path(directory).toLocal8Bit().constData(), 0777), 0);
+        ASSERT_EQ(chmod(customFile().toLocal8Bit().constData(), mode), 0);
+    }
+};
+
+TEST_F(ProtectedIniFile, ThatIsReadOnlyStaysAsItIs)
+{
+    protectCustomFile(0444);
+
+    asOrdinaryUser([this] {
+        customStorage()->setValue("Video", "output", "scart");
+        customStorage()->setValue("Audio", "volume", 7);
+        customStorage()->remove("Video", "output");
+
+        const QString refusal = "unable to write " + customFile();
+        EXPECT_THAT(handler.messages(), ElementsAre(refusal, refusal, refusal));
+        EXPECT_THAT(customStorage()->value("Video", "output"), IsText("hdmi"));
+        EXPECT_FALSE(customStorage()->contains("Audio", "volume"));
+        EXPECT_TRUE(customStorage()->isValid());
+        restart();
+    });
+
+    EXPECT_EQ(contentOf(customFile()), "[Video]\noutput=hdmi\n");
+}
+
+TEST_F(ProtectedIniFile, ThatIsReadOnlyRefusesInSilenceWithoutAHandler)
+{
+    protectCustomFile(0444);
+
+    asOrdinaryUser([this] {
+        ConfigurationManager silent(persistentPrefix(), defaultPrefix(), nullptr);
+        silent.setErrorHandler(&handler);
+        silent.dynamicStorage(CustomConfPersistent)->setValue("Video", "output", "scart");
+
+        EXPECT_THAT(silent.value("Video", "output", {}), IsText("hdmi"));
+        EXPECT_THAT(handler.messages(), IsEmpty());
+    });
+}
+
+TEST_F(ProtectedIniFile, ThatIsUnreadableIsInvalidAndAnswersInSilence)
+{
+    protectCustomFile(0);
+
+    asOrdinaryUser([this] {
+        EXPECT_FALSE(customStorage()->contains("Video", "output"));
+        EXPECT_THAT(customStorage()->value("Video", "output"), IsInvalid());
+        EXPECT_THAT(customStorage()->allKeys(), IsEmpty());
+        EXPECT_FALSE(customStorage()->isValid());
+        EXPECT_THAT(valueOf("Video", "output"), IsText("default"));
+        EXPECT_THAT(handler.messages(), IsEmpty());
+    });
 }
 
 class UnwritableIniFile : public SettingsFixture
