@@ -244,6 +244,8 @@ struct Switch
     void (LogsConfigWrapper::*setEnabled)(bool);
 };
 
+void PrintTo(const Switch &setting, std::ostream *out) { *out << setting.key; }
+
 class LoggingSwitch : public Logging, public ::testing::WithParamInterface<Switch>
 {
 protected:

@@ -14,6 +14,8 @@ struct Storage
     IStorableBackend *(*find)(ConfigurationManager &);
 };
 
+void PrintTo(const Storage &storage, std::ostream *out) { *out << storage.name; }
+
 const Storage storages[] = {
     {"CustomFile",
      [](ConfigurationManager &manager) {
