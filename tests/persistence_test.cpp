@@ -13,7 +13,7 @@
 using namespace stbconfig;
 
 // Settings are written through one manager and read through another. Qt remembers, within one
-// process, what it wrote to a path, so the file is moved to another path in between.
+// process, what it wrote to a path and read from it, so the file goes to a new path in between.
 class Persistence : public SettingsFixture
 {
 protected:
@@ -21,13 +21,17 @@ protected:
     {
         customStorage()->setValue("Group", "key", value);
         restart();
-        scratch.write("moved/custom.conf", contentOf(customFile()));
-        ConfigurationManager second(scratch.path("moved/"), defaultPrefix(), &handler);
+        const QString directory = QString("moved %1/").arg(++moves);
+        scratch.write(directory + "custom.conf", contentOf(customFile()));
+        ConfigurationManager second(scratch.path(directory), defaultPrefix(), &handler);
         const IReadableBackend *file = second.readOnlyStorage(CustomConfPersistent);
         EXPECT_TRUE(file->contains("Group", "key"));
         EXPECT_TRUE(file->isValid());
         return file->value("Group", "key");
     }
+
+private:
+    int moves = 0;
 };
 
 TEST_F(Persistence, KeepsTexts)
