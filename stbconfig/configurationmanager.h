@@ -10,7 +10,7 @@
 #include <stbui/cmdlineargs.h>
 
 #include <QtCore/QLocale>
-#include <QtCore/QObject>
+#include <QtCore/qobjectdefs.h>
 #include <QtCore/QScopedPointer>
 #include <QtCore/QSet>
 #include <QtCore/QString>

@@ -61,7 +61,8 @@ public:
      * - anything else means 0 ("critical"), an unknown word and nothing at all included.
      *
      * A negative number stored as text is an unknown word; one that setLevel() stored in this
-     * process counts as a very large number until the file is read again.
+     * process counts as a very large number until the file is read again. A number beyond 32 bits
+     * wraps.
      *
      * @return the level, 0 to 5
      */
@@ -79,7 +80,7 @@ public:
      * Returns the number of characters up to which responses are logged.
      *
      * This is the custom file's number. If it is absent or no number, it is the default file's,
-     * and 0 if that is absent or no number either.
+     * and 0 if that is absent or no number either. A number beyond 32 bits wraps.
      *
      * @return the limit
      */

@@ -229,6 +229,14 @@ TEST_F(Logging, ALimitThatIsNowhereANumberIsZero)
     EXPECT_EQ(logging().responseLengthLimit(), 0);
 }
 
+TEST_F(Logging, ALimitBeyond32BitsWraps)
+{
+    inCustomFile("responseLengthLimit", "4294967808");
+    inDefaultFile("responseLengthLimit", "1024");
+
+    EXPECT_EQ(logging().responseLengthLimit(), 512);
+}
+
 TEST_F(Logging, ALimitCanBeNegative)
 {
     inCustomFile("responseLengthLimit", "-1");
