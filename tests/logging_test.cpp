@@ -84,6 +84,8 @@ INSTANTIATE_TEST_SUITE_P(
                       LevelText{"0", 0}, LevelText{"1", 1}, LevelText{"4", 4}, LevelText{"5", 5},
                       LevelText{"\" 4 \"", 4}, LevelText{"6", 1}, LevelText{"42", 1},
                       LevelText{"4294967295", 1},
+                      // numbers beyond 32 bits wrap, beyond 64 bits they are none
+                      LevelText{"4294967299", 3}, LevelText{"18446744073709551616", 0},
                       // texts that are no unsigned number
                       LevelText{"-1", 0}, LevelText{"4.5", 0}, LevelText{"0x4", 0},
                       LevelText{"4,5", 0}));
