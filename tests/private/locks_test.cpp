@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
+#include "private/mockstorage.h"
 #include "support/settingsfixture.h"
 
 #include <stbconfig/configurationmanager_p.h>
@@ -15,17 +16,6 @@ using ::testing::_;
 using ::testing::NiceMock;
 
 namespace {
-
-class MockStorage : public IStorableBackend
-{
-public:
-    MOCK_METHOD(bool, isValid, (), (const, override));
-    MOCK_METHOD(bool, contains, (const QString &, const QString &), (const, override));
-    MOCK_METHOD(QVariant, value, (const QString &, const QString &), (const, override));
-    MOCK_METHOD(QStringList, allKeys, (), (const, override));
-    MOCK_METHOD(void, setValue, (const QString &, const QString &, const QVariant &), (override));
-    MOCK_METHOD(void, remove, (const QString &, const QString &), (override));
-};
 
 class MockHandler : public IErrorHandler
 {

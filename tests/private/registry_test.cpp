@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
+#include "private/mockstorage.h"
 #include "support/settingsfixture.h"
 
 #include <stbconfig/backendregistry_p.h>
@@ -18,17 +19,6 @@ using ::testing::StrictMock;
 namespace {
 
 // Strict: a call that a test does not expect, such as one of isValid(), fails it.
-class MockStorage : public IStorableBackend
-{
-public:
-    MOCK_METHOD(bool, isValid, (), (const, override));
-    MOCK_METHOD(bool, contains, (const QString &, const QString &), (const, override));
-    MOCK_METHOD(QVariant, value, (const QString &, const QString &), (const, override));
-    MOCK_METHOD(QStringList, allKeys, (), (const, override));
-    MOCK_METHOD(void, setValue, (const QString &, const QString &, const QVariant &), (override));
-    MOCK_METHOD(void, remove, (const QString &, const QString &), (override));
-};
-
 using Mock = StrictMock<MockStorage>;
 using Location = ConfigurationManager::SettingsLocation;
 using Registry = BackendRegistry<IStorableBackend>;
