@@ -37,12 +37,12 @@ class IStorableBackend;
  * A manager has five storages from the start. value() merges the storages of four locations, and
  * the first one in this order that holds the setting wins:
  *
- * | Precedence | Location                    | Storage                                |
- * |------------|-----------------------------|----------------------------------------|
- * | 1          | CustomConfPersistent        | persistent prefix + "custom.conf"      |
- * | 2          | TemporaryApplicationStorage | memory, gone with the manager          |
+ * | Precedence | Location                    | Storage                                 |
+ * |------------|-----------------------------|-----------------------------------------|
+ * | 1          | CustomConfPersistent        | persistent prefix + "custom.conf"       |
+ * | 2          | TemporaryApplicationStorage | memory, gone with the manager           |
  * | 3          | EnvironmentVariables        | variables "STBAPP_" + GROUP + "_" + KEY |
- * | 4          | StbappConfDefault           | default prefix + "stbapp.conf"         |
+ * | 4          | StbappConfDefault           | default prefix + "stbapp.conf"          |
  *
  * The first two can be written, the others only be read. The fifth storage, persistent prefix +
  * "ravel.db", belongs to no location and takes no part in value(): see independentStorage().

@@ -68,6 +68,7 @@ int LogsConfigWrapperPrivate::level() const
 
     const QVariant stored = storedValue(levelKey());
     const QString name = stored.toString();
+    // The table is made anew for each question, here as for every caller: nothing keeps one.
     if (LogsConfigWrapper::stringLevelToIntLevel().contains(name))
         return LogsConfigWrapper::stringLevelToIntLevel().value(name);
 
