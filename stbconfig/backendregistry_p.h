@@ -21,14 +21,15 @@ template <typename Backend>
 using BackendRegistry = QMap<BackendKey, QSharedPointer<Backend>>;
 
 // Visits from the largest key down and lets each hit replace the last: the smallest key wins, and
-// every holder is read once per lookup. An invalid value counts as a hit. Takes the default by
-// value, so that a caller who is done with it can move it here.
+// every holder is read once per lookup. An invalid value counts as a hit. The default is moved into
+// the result, which saves every lookup a copy and its destruction.
 template <typename Backend>
 QVariant lookUp(const BackendRegistry<Backend> &registry, const QString &group, const QString &key,
-                QVariant defaultValue)
+                QVariant &&defaultValue)
 {
     QVariant result = std::move(defaultValue);
-    for (auto it = registry.constEnd(); it != registry.constBegin();) {
+    const auto begin = registry.constBegin();
+    for (auto it = registry.constEnd(); it != begin;) {
         const QSharedPointer<Backend> &backend = (--it).value();
         if (backend->contains(group, key))
             result = backend->value(group, key);

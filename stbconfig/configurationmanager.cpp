@@ -22,18 +22,6 @@ ConfigurationManagerPrivate::ConfigurationManagerPrivate(ConfigurationManager *q
 
 ConfigurationManagerPrivate::~ConfigurationManagerPrivate() { q_ptr = nullptr; }
 
-QVariant ConfigurationManagerPrivate::readOnlyValue(const QString &group, const QString &key,
-                                                    QVariant defaultValue) const
-{
-    return lookUp(snapshot(readableBackends), group, key, std::move(defaultValue));
-}
-
-QVariant ConfigurationManagerPrivate::dynamicValue(const QString &group, const QString &key,
-                                                   QVariant defaultValue) const
-{
-    return lookUp(snapshot(storableBackends), group, key, std::move(defaultValue));
-}
-
 void ConfigurationManagerPrivate::reportInvalidStorage(
     const char *message, ConfigurationManager::SettingsLocation location) const
 {
@@ -95,7 +83,7 @@ QVariant ConfigurationManager::value(const QString &group, const QString &key,
                                      const QVariant &defaultValue) const
 {
     Q_D(const ConfigurationManager);
-    QVariant result = d->readOnlyValue(group, key, defaultValue);
+    QVariant result = d->readOnlyValue(group, key, QVariant(defaultValue));
     return d->dynamicValue(group, key, std::move(result));
 }
 

@@ -10,6 +10,8 @@
 
 #include <QtCore/QMutex>
 
+#include <utility>
+
 namespace stbconfig {
 
 class ConfigurationManagerPrivate
@@ -26,8 +28,17 @@ public:
         return manager->d_func();
     }
 
-    QVariant readOnlyValue(const QString &group, const QString &key, QVariant defaultValue) const;
-    QVariant dynamicValue(const QString &group, const QString &key, QVariant defaultValue) const;
+    // The lookups of one registry each. Here, so that value() has them inline: a lookup consists of
+    // little else than calls of the storages.
+    QVariant readOnlyValue(const QString &group, const QString &key, QVariant &&defaultValue) const
+    {
+        return lookUp(snapshot(readableBackends), group, key, std::move(defaultValue));
+    }
+
+    QVariant dynamicValue(const QString &group, const QString &key, QVariant &&defaultValue) const
+    {
+        return lookUp(snapshot(storableBackends), group, key, std::move(defaultValue));
+    }
 
     // Copies a registry under the lock, so that its backends can be asked without it.
     template <typename Backend>

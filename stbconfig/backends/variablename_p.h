@@ -35,12 +35,14 @@ inline QString variableName(const QString &group, const QString &key)
     const QString &prefix = constants::environmentPrefix;
     QString name(prefix.size() + group.size() + 1 + key.size(), Qt::Uninitialized);
     QChar *out = std::copy(prefix.cbegin(), prefix.cend(), name.data());
-    if ((out = copyAsciiUpperCased(group, out))) {
+    out = copyAsciiUpperCased(group, out);
+    if (out) {
         *out++ = QLatin1Char('_');
-        if (copyAsciiUpperCased(key, out))
-            return name;
+        out = copyAsciiUpperCased(key, out);
     }
-    return prefix % group.toUpper() % QLatin1Char('_') % key.toUpper();
+    if (!out)
+        name = prefix % group.toUpper() % QLatin1Char('_') % key.toUpper();
+    return name;
 }
 
 } // namespace stbconfig
