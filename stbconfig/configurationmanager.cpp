@@ -46,11 +46,11 @@ ConfigurationManager::ConfigurationManager(const QString &persistentStoragePrefi
     // across the registries every storable backend wins over every readable one, see value().
     using constants::ravel;
     using namespace storagepaths;
-    readable[{0, EnvironmentVariables}] = createEnvironmentReader(errorHandler);
-    storable[{2, CustomConfPersistent}] = iniFile(customConfPath(persistentStoragePrefix));
-    readable[{3, StbappConfDefault}] = iniFile(stbappConfPath(defaultConfigPrefix));
-    storable[{4, TemporaryApplicationStorage}] = createDynamicMapStorage();
-    independent[ravel] = iniFile(independentStoragePath(persistentStoragePrefix, ravel));
+    readable.insert({0, EnvironmentVariables}, createEnvironmentReader(errorHandler));
+    storable.insert({2, CustomConfPersistent}, iniFile(customConfPath(persistentStoragePrefix)));
+    readable.insert({3, StbappConfDefault}, iniFile(stbappConfPath(defaultConfigPrefix)));
+    storable.insert({4, TemporaryApplicationStorage}, createDynamicMapStorage());
+    independent.insert(ravel, iniFile(independentStoragePath(persistentStoragePrefix, ravel)));
 }
 
 ConfigurationManager::~ConfigurationManager() = default;

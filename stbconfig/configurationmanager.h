@@ -167,7 +167,8 @@ public:
      * Callable from any thread, also while others read or write files; the memory storage is not
      * safe against a writer in another thread. The manager's lock is not held while storages are
      * asked. Every call asks every location, and each that holds the setting for its value:
-     * nothing is cached.
+     * nothing is cached. Qt, however, remembers every variable name that it was ever asked for,
+     * some 200 bytes each: do not ask for an unbounded number of settings.
      *
      * @param group         the first half of the setting's address
      * @param key           the second half of the setting's address

@@ -9,19 +9,27 @@
 #include <QtCore/QStringBuilder>
 
 #include <algorithm>
+#include <array>
 
 namespace stbconfig {
+
+// The upper case of every ASCII character. A look-up is a third fewer instructions than to compare
+// and subtract, and most of what a variable's name costs is its characters.
+inline constexpr auto asciiUpperCase = [] {
+    std::array<char, 128> table{};
+    for (unsigned i = 0; i < table.size(); ++i)
+        table[i] = static_cast<char>(i >= 'a' && i <= 'z' ? i - 'a' + 'A' : i);
+    return table;
+}();
 
 // Copies text to out in upper case and returns where the copy ends, or null at the first character
 // beyond ASCII.
 inline QChar *copyAsciiUpperCased(const QString &text, QChar *out)
 {
     for (const QChar character : text) {
-        const ushort unicode = character.unicode();
-        if (unicode >= 0x80)
+        if (character.unicode() >= asciiUpperCase.size())
             return nullptr;
-        const bool isLower = unicode >= 'a' && unicode <= 'z';
-        *out++ = QChar(ushort(isLower ? unicode - ('a' - 'A') : unicode));
+        *out++ = QLatin1Char(asciiUpperCase[character.unicode()]);
     }
     return out;
 }
