@@ -1,0 +1,284 @@
+# SPDX-FileCopyrightText: The stbconfig authors
+# SPDX-License-Identifier: MIT
+"""Runs the measuring programs and writes what they say: a table, two plots, or a verdict on the
+instruction counts. Called by scripts/benchmark."""
+
+import json
+import math
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+HERE = pathlib.Path(__file__).resolve().parent
+ACCEPTED = HERE / "instructions.txt"
+TOLERANCE = 0.02
+WINNERS = ["custom", "memory", "environment", "default", "all", "none"]
+SYSTEMS = ["stbconfig", "floor", "QSettings", "KConfig", "Poco", "GKeyFile", "PropertyTree"]
+SIZES = [10, 100, 1_000, 10_000, 100_000]
+
+# The instruction counts to compare: question, argument, times it is done, the most that the ratio
+# of the library to the floor may be.
+COUNTED = [("lookup", winner, 1000, 1.07 if winner == "none" else 1.05) for winner in WINNERS] + [
+    ("read", "default", 1000, 1.02),
+    ("level", "-", 1000, 1.05),
+    ("set", "memory", 1000, 1.03),
+    ("start", "-", 1, 1.05),
+]
+TIME_TARGETS = {winner: 1.20 if winner == "none" else 1.15 for winner in WINNERS}
+
+# What a program inherits is part of what is measured: the environment is one of the storages.
+CLEAN = {"PATH": "/usr/bin:/bin", "LC_ALL": "C.UTF-8", "QT_HASH_SEED": "0"}
+
+
+def output(*command):
+    done = subprocess.run([str(word) for word in command], env=CLEAN, capture_output=True, text=True,
+                          stdin=subprocess.DEVNULL)
+    if done.returncode != 0:
+        sys.exit(f"benchmark: {' '.join(map(str, command))}: exit status {done.returncode}; "
+                 f"{done.stderr.strip() or 'a system gave a wrong answer'}")
+    return done.stdout + done.stderr
+
+
+class Programs:
+    """The measuring programs of one build folder."""
+
+    def __init__(self, build):
+        self.measure = build / "benchmarks" / "stbconfig_measure"
+        self.times = build / "benchmarks" / "stbconfig_times"
+
+    def instructions(self, question, argument, times, side):
+        with tempfile.TemporaryDirectory() as folder:
+            said = output("valgrind", "--tool=callgrind", "--instr-atstart=no",
+                          f"--callgrind-out-file={folder}/out", self.measure, question, argument,
+                          side)
+        return int(re.search(r"Collected : (\d+)", said)[1]) / times
+
+    def allocations(self, question, argument, side):
+        """Allocations and bytes still held, for each time the thing is done."""
+        count, held = output(self.measure, question, argument, side).split()
+        return float(count), float(held)
+
+    def medians(self):
+        """Nanoseconds by "question/case/system", of runs that are interleaved with each other."""
+        said = output(self.times, "--benchmark_format=json", "--benchmark_repetitions=9",
+                      "--benchmark_min_time=0.02", "--benchmark_enable_random_interleaving=true",
+                      "--benchmark_report_aggregates_only=true")
+        runs = json.loads(said[said.index("{"):said.rindex("}") + 1])["benchmarks"]
+        if any(run.get("error_occurred") for run in runs):
+            sys.exit("benchmark: a system gave a wrong answer; see benchmarks/systems/")
+        unit = {"ns": 1, "us": 1e3, "ms": 1e6}
+        return {run["run_name"]: run["real_time"] * unit[run["time_unit"]] for run in runs
+                if run["aggregate_name"] == "median"}
+
+    def system_calls(self, system):
+        """How often a system syncs and renames to persist one value."""
+        with tempfile.NamedTemporaryFile() as trace:
+            output("strace", "-f", "-o", trace.name, "-e",
+                   "trace=fsync,fdatasync,rename,renameat,renameat2,openat", self.measure,
+                   "persist", system)
+            lines = pathlib.Path(trace.name).read_text().splitlines()
+        return (sum("sync(" in line for line in lines), sum("rename" in line for line in lines))
+
+
+def versions():
+    """What the counts depend on."""
+    def first_line(*command):
+        return output(*command).splitlines()[0]
+    return [first_line("c++", "--version"),
+            "Qt " + first_line("dpkg-query", "--show", "--showformat=${Version}", "libqt5core5a"),
+            first_line("ldd", "--version"), first_line("uname", "-m")]
+
+
+def surroundings():
+    """What else the times depend on: the processor and the versions of the others."""
+    model = re.search(r"model name\s*: (.*)", pathlib.Path("/proc/cpuinfo").read_text())
+    packages = ("libkf5configcore5", "libpocoutil80", "libglib2.0-0", "libboost-dev")
+    found = subprocess.run(["dpkg-query", "--show", "--showformat=${Package} ${Version}\n", *packages],
+                           capture_output=True, text=True)
+    return [model[1] if model else "an unknown processor"] + found.stdout.splitlines()
+
+
+def count_all(programs):
+    return {f"{question}/{argument}".removesuffix("/-"): tuple(programs.instructions(question, argument, times, side)
+                                            for side in ("stbconfig", "floor"))
+            for question, argument, times, _ in COUNTED}
+
+
+def accept(programs):
+    lines = ["# Instructions of the library, as scripts/benchmark --accept wrote them."]
+    lines += [f"# {version}" for version in versions()]
+    lines += [f"{name} {library:.0f}" for name, (library, _) in count_all(programs).items()]
+    ACCEPTED.write_text("\n".join(lines) + "\n")
+    return 0
+
+
+def check(programs):
+    lines = ACCEPTED.read_text().splitlines()
+    if lines[1:5] != [f"# {version}" for version in versions()]:
+        print("benchmark: SKIPPED: the accepted counts are of another compiler, Qt, C library or "
+              "processor; scripts/benchmark --accept writes new ones")
+        return 0
+    accepted = {name: float(count) for name, count in (line.split() for line in lines[5:])}
+    counts = count_all(programs)
+    if counts.keys() != accepted.keys():
+        sys.exit(f"benchmark: {ACCEPTED.name}: does not list what is counted; "
+                 "scripts/benchmark --accept writes it anew")
+    moved = 0
+    for name, (library, _) in counts.items():
+        change = library / accepted[name] - 1
+        has_moved = abs(change) > TOLERANCE
+        moved += has_moved
+        print(f"{'MOVED' if has_moved else 'same':6} {name:20} {library:12.0f} instructions, "
+              f"{change:+.2%} of {accepted[name]:.0f}")
+    return 1 if moved else 0
+
+
+def table(header, rows):
+    return "\n".join(["| " + " | ".join(header) + " |", "|" + "---|" * len(header)]
+                     + ["| " + " | ".join(row) + " |" for row in rows]) + "\n"
+
+
+def against_target(name, value, floor, target):
+    ratio = value / floor
+    return [name, f"{value:,.0f}", f"{floor:,.0f}", f"{ratio:.3f}", f"{target:.2f}",
+            "yes" if ratio <= target else "**no**"]
+
+
+def sizes(build, small):
+    """Rows of the stripped size and the relocations of both builds."""
+    rows = []
+    for name, folder, limit in (("-O2", build, 75_000), ("-Os", small, 52_000)):
+        library = folder / "stbconfig" / "libstbconfig.so"
+        with tempfile.NamedTemporaryFile() as stripped:
+            output("strip", "-o", stripped.name, library)
+            size = pathlib.Path(stripped.name).stat().st_size
+        relocations = re.search(r"'\.rela?\.dyn' .* contains (\d+)", output("readelf", "-rW", library))
+        rows.append([f"stripped size, {name}, bytes", f"{size:,}", f"{limit:,}",
+                     "yes" if size <= limit else "**no**"])
+        rows.append([f"relocations at load, {name}", relocations[1], "130",
+                     "yes" if int(relocations[1]) <= 130 else "**no**"])
+    return rows
+
+
+def plot_lookups(path, medians, systems):
+    import matplotlib
+    matplotlib.use("svg")
+    from matplotlib import pyplot
+    figure, axes = pyplot.subplots(figsize=(9, 4))
+    width = 0.8 / len(systems)
+    for number, system in enumerate(systems):
+        axes.bar([x + number * width for x in range(len(WINNERS))],
+                 [medians[f"lookup/{winner}/{system}"] for winner in WINNERS], width, label=system)
+    axes.set_xticks([x + 0.4 - width / 2 for x in range(len(WINNERS))], WINNERS)
+    axes.set_xlabel("storage that wins")
+    axes.set_ylabel("nanoseconds per lookup")
+    axes.legend(ncol=2, frameon=False)
+    for side in ("top", "right"):
+        axes.spines[side].set_visible(False)
+    figure.tight_layout()
+    figure.savefig(path, metadata={"Date": None})
+
+
+def plot_growth(path, lookups, starts):
+    import matplotlib
+    matplotlib.use("svg")
+    from matplotlib import pyplot
+    figure, axes = pyplot.subplots(figsize=(9, 4))
+    axes.loglog(SIZES, lookups, marker="o", label="lookup")
+    axes.loglog(SIZES, starts, marker="s", label="start and first lookup")
+    axes.set_xlabel("keys in the default file")
+    axes.set_ylabel("instructions")
+    axes.legend(frameon=False)
+    axes.grid(alpha=0.3)
+    for side in ("top", "right"):
+        axes.spines[side].set_visible(False)
+    figure.tight_layout()
+    figure.savefig(path, metadata={"Date": None})
+
+
+def report(programs, build, small):
+    folder = build / "report"
+    folder.mkdir(exist_ok=True)
+
+    print("counting instructions", flush=True)
+    counts = count_all(programs)
+    lookups = [programs.instructions("growth", str(size), 1000, "stbconfig") for size in SIZES]
+    starts = [programs.instructions("growing-start", str(size), 1, "stbconfig") for size in SIZES]
+    exponent = math.log(lookups[-1] / lookups[2]) / math.log(SIZES[-1] / SIZES[2])
+
+    print("counting allocations", flush=True)
+    allocations = {winner: [programs.allocations("lookup", winner, side)[0]
+                            for side in ("stbconfig", "floor")] for winner in WINNERS}
+    heap = [programs.allocations("heap", "-", side)[1] for side in ("stbconfig", "floor")]
+    unknown = [programs.allocations("unknown", "-", side)[1] for side in ("stbconfig", "floor")]
+
+    print("taking times", flush=True)
+    medians = programs.medians()
+    systems = [system for system in SYSTEMS if f"lookup/custom/{system}" in medians]
+    peers = [system for system in systems if system != "floor"]
+
+    print("tracing system calls", flush=True)
+    calls = {system: programs.system_calls(system) for system in peers}
+
+    header = ["measure", "stbconfig", "floor", "ratio", "at most", "met"]
+    instruction_rows = [against_target(f"{question}, {argument}".removesuffix(", -"),
+                                       *counts[f"{question}/{argument}".removesuffix("/-")], target)
+                        for question, argument, _, target in COUNTED]
+    time_rows = [against_target(f"lookup, {winner}", medians[f"lookup/{winner}/stbconfig"],
+                                medians[f"lookup/{winner}/floor"], TIME_TARGETS[winner])
+                 for winner in WINNERS]
+    allocation_rows = [[f"lookup, {winner}", f"{ours:g}", f"{floor:g}",
+                        "yes" if ours <= floor else "**no**"]
+                       for winner, (ours, floor) in allocations.items()]
+
+    text = (HERE / "performance.md.in").read_text()
+    for name, value in {
+        "VERSIONS": "\n".join(f"- {line}" for line in versions() + surroundings()),
+        "INSTRUCTIONS": table(header, instruction_rows),
+        "TIMES": table(header, time_rows),
+        "ALLOCATIONS": table(["allocations", "stbconfig", "floor", "met"], allocation_rows),
+        "HEAP": table(header, [against_target("a fresh manager, bytes", *heap, 1.04)]),
+        "UNKNOWN": f"{unknown[0]:.0f}",
+        "UNKNOWN_FLOOR": f"{unknown[1]:.0f}",
+        "SIZE": table(["", "is", "at most", "met"], sizes(build, small)),
+        "PEERS": table(["nanoseconds"] + systems,
+                       [[f"lookup, {winner}"]
+                        + [f"{medians[f'lookup/{winner}/{system}']:,.0f}" for system in systems]
+                        for winner in WINNERS]
+                       + [["start and first lookup"]
+                          + [f"{medians[f'start/warm/{system}']:,.0f}" for system in systems]]),
+        "PERSIST": table(["one value to disk", "microseconds", "syncs", "renames"],
+                         [[system, f"{medians[f'persist/one/{system}'] / 1000:,.0f}",
+                           *map(str, calls[system])] for system in peers]),
+        "GROWTH": table(["keys"] + [f"{size:,}" for size in SIZES],
+                        [["instructions of a lookup"] + [f"{count:,.0f}" for count in lookups],
+                         ["instructions of a start"] + [f"{count:,.0f}" for count in starts]]),
+        "EXPONENT": f"{exponent:.3f}",
+        "THREADS": "{:.2f}".format(medians["threads/one/real_time/threads:1"]
+                                   / medians["threads/two/real_time/threads:2"]),
+    }.items():
+        text = text.replace(f"@{name}@", value.rstrip("\n"))
+    (folder / "performance.md").write_text(text)
+    plot_lookups(folder / "performance-lookup.svg", medians, systems)
+    plot_growth(folder / "performance-growth.svg", lookups, starts)
+    print(text)
+    print(f"written to {folder}")
+    return 0
+
+
+def main(build, small, mode=None):
+    build = pathlib.Path(build)
+    programs = Programs(build)
+    if mode == "--check":
+        return check(programs)
+    if mode == "--accept":
+        return accept(programs)
+    if mode is None:
+        return report(programs, build, pathlib.Path(small))
+    print("usage: scripts/benchmark [--check | --accept]", file=sys.stderr)
+    return 2
+
+
+sys.exit(main(*sys.argv[1:]))
