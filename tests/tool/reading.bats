@@ -99,6 +99,20 @@ load support
     [ "$(echo "$output" | python3 -c "import json,sys; print(json.load(sys.stdin))")" = "[]" ]
 }
 
+@test "records end with NUL on request, before or after the command's words" {
+    printf '[Text]\nvalue="a\\nb"\n' >"$custom"
+    [ "$("$STBCONFIG" list -0 'T*' | tr '\0\n' '|_')" = $'Text/value\ta_b|' ]
+    [ "$("$STBCONFIG" diff 'T*' -0 | tr '\0' '|')" = $'added\tText/value\tCustomConfPersistent\ta\nb|' ]
+}
+
+@test "a setting without a key is refused" {
+    for command in get explain unset; do
+        expect 2 $command Video/
+        expect 2 $command ''
+    done
+    expect 2 set Video/ 1
+}
+
 @test "JSON stays valid for quotes, line breaks and non-ASCII" {
     value=$'a "b"\nč'
     "$STBCONFIG" set Text value "$value"

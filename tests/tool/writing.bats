@@ -122,3 +122,13 @@ b=1" >"$1/var/custom.conf" && { cat /dev/zero >"$1/var/fill" 2>/dev/null; :; } &
     [[ $output == *"mount point"* ]]
     grep -qx b=1 "$box/other"
 }
+
+@test "a write that fails where nothing was seen before is noticed by reading back" {
+    requires_namespaces
+    # One inode for the directory and one for the file, none for the file that would replace it.
+    run unshare -m sh -c 'mount -t tmpfs -o nr_inodes=2 none "$1/var" && echo "[a]
+b=1" >"$1/var/custom.conf" && "$2" set a b 2; s=$?; cat "$1/var/custom.conf"; exit $s' \
+        sh "$box" "$STBCONFIG"
+    [ "$status" = 4 ]
+    [[ $output == *"does not hold the change"*"b=1"* ]]
+}

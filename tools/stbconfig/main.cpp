@@ -70,7 +70,6 @@ int run(int argc, char *argv[])
                     ->excludes(noEnvironment)
                     ->excludes(environmentFile);
     app.add_flag("--json", options.json, "print JSON");
-    app.add_flag("-0", options.nullSeparated, "end records with NUL");
     app.add_flag("--show-secrets", options.showSecrets, "do not mask secrets");
     app.add_flag("-v", options.verbose, "say more on stderr");
 
@@ -143,6 +142,10 @@ int run(int argc, char *argv[])
     auto *readBackCommand = app.add_subcommand("read-back", "")->group("");
     addStorage(readBackCommand);
 
+    // Not inherited like the others: to CLI11, "-0" would be a number and so the glob.
+    for (CLI::App *command : {listCommand, diffCommand, checkCommand, getCommand})
+        command->add_flag("-0", options.nullSeparated, "end records with NUL");
+
     try {
         app.parse(argc, argv);
         if (unsetCommand->parsed()
@@ -169,8 +172,14 @@ int run(int argc, char *argv[])
     } else {
         options.value = text(given.value);
     }
-    if (!given.address.empty())
+    if (!given.address.empty()) {
         options.address = addressFrom(given.address);
+        // To Qt, a name without a key means a whole group.
+        if (options.address.key.isEmpty()) {
+            throw Failure{Misuse, QStringLiteral("setting"), QStringLiteral("no key"),
+                          QStringLiteral("give GROUP KEY or GROUP/KEY")};
+        }
+    }
     options.type = text(getCommand->parsed() ? given.as : given.type);
     options.glob = text(given.glob);
     options.loggingName = text(given.loggingName);

@@ -40,10 +40,6 @@ QVariant typedValue(const Options &options)
 ExitStatus set(const Options &options)
 {
     const auto &[group, key] = options.address;
-    if (key.isEmpty()) {
-        throw Failure{Misuse, settingOf(options.address), QStringLiteral("no key"),
-                      QStringLiteral("give GROUP KEY or GROUP/KEY")};
-    }
     const QVariant value = typedValue(options);
     {
         const Session session(options);

@@ -48,10 +48,10 @@ QVector<Address> chosen(const Session &session, const stbconfig::IReadableBacken
 ExitStatus unset(const Options &options)
 {
     const bool isSingle = !options.redundant && !options.group;
-    // To Qt, an empty key means the whole group and an empty group the whole file.
-    if (isSingle ? options.address.key.isEmpty() : options.group && options.group->isEmpty()) {
-        throw Failure{Misuse, QStringLiteral("unset"), QStringLiteral("an empty name"),
-                      QStringLiteral("name a setting, or a group with --group")};
+    // To Qt, an empty group means the whole file.
+    if (options.group && options.group->isEmpty()) {
+        throw Failure{Misuse, QStringLiteral("unset"), QStringLiteral("an empty group"),
+                      QStringLiteral("name the group")};
     }
     QVector<Address> addresses;
     {
