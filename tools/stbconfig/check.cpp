@@ -115,7 +115,15 @@ void checkFile(const QString &file, const stbconfig::IReadableBackend &storage, 
         return;
     }
     const QStringList settings = storage.allKeys();
+    const int before = findings.all().size();
     checkLines(file, isWritten, findings);
+    const bool hasLine = std::any_of(
+        findings.all().cbegin() + before, findings.all().cend(),
+        [](const Finding &finding) { return finding.id == QLatin1String("malformed"); });
+    if (!storage.isValid() && !hasLine) {
+        findings.error("malformed", file, QStringLiteral("the library cannot read all of it"),
+                       "restore the file");
+    }
     const bool isOpen = info.permissions() & QFile::ReadOther;
     for (const QString &setting : settings) {
         if (isOpen && output::isSecret(addressOf(setting).key)) {

@@ -216,7 +216,9 @@ void requireReadable(const QString &file, const stbconfig::IReadableBackend &sto
                 numbers.append(QString::number(line.number));
         }
         throw Failure{CannotRead, file,
-                      QStringLiteral("malformed, line ") + numbers.join(QStringLiteral(", ")),
+                      numbers.isEmpty()
+                          ? QStringLiteral("malformed")
+                          : QStringLiteral("malformed, line ") + numbers.join(QStringLiteral(", ")),
                       QStringLiteral("correct or remove the line, then try again")};
     }
 }
