@@ -4,6 +4,7 @@
 include("${CMAKE_CURRENT_LIST_DIR}/build.cmake")
 
 build(release "${SOURCE_DIR}" -DBUILD_TESTING=OFF -DSTBCONFIG_BUILD_EXAMPLES=OFF
+  -DSTBCONFIG_BUILD_TOOLS=OFF
   -DCMAKE_INSTALL_LIBDIR=lib)
 file(REMOVE_RECURSE "${WORK_DIR}/first" "${WORK_DIR}/installed")
 run("${CMAKE_COMMAND}" --install "${WORK_DIR}/release" --prefix "${WORK_DIR}/first")

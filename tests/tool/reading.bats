@@ -1,0 +1,189 @@
+# SPDX-FileCopyrightText: The stbconfig authors
+# SPDX-License-Identifier: MIT
+
+load support
+
+@test "get answers with the merged value" {
+    printf '[Video]\noutput=scart\n' >"$custom"
+    expect 0 get Video output
+    [ "$output" = scart ]
+    expect 0 get Video/output --from stbapp
+    [ "$output" = hdmi ]
+}
+
+@test "get tells an absent setting from a given default" {
+    expect 1 get Video nothing
+    [ "$output" = "stbconfig: Video/nothing: not set; set it, or give --default" ]
+    expect 0 get Video nothing --default vga
+    [ "$output" = vga ]
+}
+
+@test "get refuses what is no number and unknown locations" {
+    expect 2 get Video output --as int
+    expect 2 get Video output --from nowhere
+}
+
+@test "each reading command fails on a malformed file" {
+    printf '[Video]\nbroken\n' >"$custom"
+    for command in "get a b" "explain a b" list diff logging locale check; do
+        expect 3 $command
+    done
+    expect 3 get a b
+    [[ $output == *"custom.conf: malformed, line 2; "* ]]
+}
+
+@test "misuse of each command is status 2" {
+    for command in get explain "list a b" "diff a b" set unset "logging level" "locale x" \
+        "locations x" "check x" "completion zsh" nonsense; do
+        expect 2 $command
+        [ "${#lines[@]}" = 1 ]
+    done
+}
+
+@test "explain marks the winner and says why the others lost" {
+    export STBAPP_VIDEO_OUTPUT=scart
+    expect 0 explain Video output
+    [ "${lines[0]}" = "Video/output = scart" ]
+    [[ $output == *"-> EnvironmentVariables"*"scart, answers"* ]]
+    [[ $output == *"StbappConfDefault"*"hdmi, shadowed by EnvironmentVariables"* ]]
+    [[ $output == *"DhcpOptionsConf"*"this location has no backend"* ]]
+    expect 1 explain Video nothing
+}
+
+@test "explain tells what the logging reader ignores" {
+    printf '[Logging]\nlevel=debug\n' >"$defaults"
+    export STBAPP_LOGGING_LEVEL=trace
+    expect 0 explain Logging level
+    [[ $output == *"logging reader: takes 4 debug from StbappConfDefault; ignores the environment"* ]]
+}
+
+@test "another process's environment is seen instead of our own" {
+    STBAPP_VIDEO_OUTPUT=vga sleep 60 3>&- &
+    local pid=$!
+    for _ in 1 2 3 4 5 6 7 8 9 10; do
+        grep -qz STBAPP_VIDEO_OUTPUT=vga "/proc/$pid/environ" && break
+        sleep 0.1
+    done
+    run env STBAPP_VIDEO_OUTPUT=own "$STBCONFIG" --pid "$pid" get Video output
+    kill "$pid"
+    [ "$output" = vga ]
+    expect 3 --pid 4194305 get Video output
+}
+
+@test "variables come from a file, or not at all" {
+    printf '# comment\nSTBAPP_VIDEO_OUTPUT=vga\n' >"$box/env"
+    export STBAPP_VIDEO_OUTPUT=own
+    expect 0 --env-file "$box/env" get Video output
+    [ "$output" = vga ]
+    expect 0 --no-env get Video output
+    [ "$output" = hdmi ]
+    echo nonsense >"$box/env"
+    expect 3 --env-file "$box/env" get Video output
+}
+
+@test "a root goes before both prefixes and leaves the environment out" {
+    mkdir -p "$box/image/etc"
+    printf '[Video]\noutput=image\n' >"$box/image/etc/stbapp.conf"
+    export STBAPP_VIDEO_OUTPUT=own
+    expect 0 --root "$box/image" --persistent /var/ --defaults /etc/ get Video output
+    [ "$output" = image ]
+}
+
+@test "list is sorted, matches and is empty without matches" {
+    printf '[Audio]\nvolume=3\n' >"$custom"
+    expect 0 list --keys
+    [ "$output" = $'Audio/volume\nVideo/output' ]
+    expect 0 list 'A*' --json
+    [ "$(echo "$output" | python3 -c 'import json,sys; print(json.load(sys.stdin)[0]["value"])')" = 3 ]
+    expect 1 list nothing --json
+    [ "$(echo "$output" | python3 -c "import json,sys; print(json.load(sys.stdin))")" = "[]" ]
+}
+
+@test "records end with NUL on request, before or after the command's words" {
+    printf '[Text]\nvalue="a\\nb"\n' >"$custom"
+    [ "$("$STBCONFIG" list -0 'T*' | tr '\0\n' '|_')" = $'Text/value\ta_b|' ]
+    [ "$("$STBCONFIG" diff 'T*' -0 | tr '\0' '|')" = $'added\tText/value\tCustomConfPersistent\ta\nb|' ]
+}
+
+@test "a setting without a key is refused" {
+    for command in get explain unset; do
+        expect 2 $command Video/
+        expect 2 $command ''
+    done
+    expect 2 set Video/ 1
+}
+
+@test "JSON stays valid for quotes, line breaks and non-ASCII" {
+    value=$'a "b"\nč'
+    "$STBCONFIG" set Text value "$value"
+    run "$STBCONFIG" get Text value --json
+    read_back=$(echo "$output" | python3 -c 'import json,sys; print(json.load(sys.stdin)["value"])')
+    [ "$read_back" = "$value" ]
+}
+
+@test "secrets are masked but in get" {
+    printf '[User]\nparentalPin=1234\n' >"$custom"
+    expect 0 list
+    [[ $output != *1234* ]]
+    expect 0 explain User parentalPin --json
+    [[ $output != *1234* ]]
+    expect 0 list --show-secrets
+    [[ $output == *1234* ]]
+    expect 0 get User parentalPin
+    [ "$output" = 1234 ]
+}
+
+@test "diff names each state" {
+    printf '[Video]\noutput=hdmi\nmode=1\n[Audio]\nx=1\n' >"$custom"
+    printf '[Video]\noutput=hdmi\nmode=2\n' >"$defaults"
+    export STBAPP_AUDIO_X=5
+    expect 1 diff
+    [[ $output == *"added      Audio/x"* && $output == *"shadowed   Audio/x"* ]]
+    [[ $output == *"changed    Video/mode"*"2 -> 1"* && $output == *"redundant  Video/output"* ]]
+    expect 0 diff nothing
+}
+
+@test "logging shows the level's meaning" {
+    printf '[Logging]\nlevel=verbose\n' >"$custom"
+    expect 0 logging
+    [[ ${lines[0]} == *"0 critical"*'stored as "verbose"'*CustomConfPersistent ]]
+}
+
+@test "locale is built in until set, and warns about the C locale" {
+    expect 0 locale
+    [ "$output" = 'ru_RU, from "ru", built in' ]
+    printf '[Profile]\nlocale=nonsense\n' >"$custom"
+    expect 1 locale
+    [[ $output == *"gives the C locale"* ]]
+}
+
+@test "locations shows files, storages and locks" {
+    touch "$box/var/epg.db" "$custom.lock"
+    expect 0 locations
+    [[ $output == *"epg "*"$box/var/epg.db"* && $output == *"left-over lock"* ]]
+}
+
+@test "a directory without its final slash earns a note with both readings" {
+    expect 1 --persistent "$box/var" get a b
+    [[ $output == *"this reads $box/varcustom.conf; for $box/var/custom.conf, add"* ]]
+}
+
+@test "a missing storage is an error unless it may be created" {
+    expect 3 get a b --storage epg
+    expect 1 get a b --storage epg --create
+    expect 4 set a b 1 --storage epg
+    expect 0 set a b 1 --storage epg --create
+    expect 0 get a b --storage epg
+    [ "$output" = 1 ]
+}
+
+@test "bash completes real keys, for unset only the custom file's" {
+    printf '[Audio]\nvolume=3\n' >"$custom"
+    source <("$STBCONFIG" completion bash)
+    COMP_WORDS=("$STBCONFIG" get Vi) COMP_CWORD=2
+    _stbconfig
+    [ "${COMPREPLY[*]}" = Video/output ]
+    COMP_WORDS=("$STBCONFIG" unset '') COMP_CWORD=2
+    _stbconfig
+    [ "${COMPREPLY[*]}" = Audio/volume ]
+}

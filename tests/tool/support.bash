@@ -1,0 +1,21 @@
+# SPDX-FileCopyrightText: The stbconfig authors
+# SPDX-License-Identifier: MIT
+
+setup()
+{
+    box=$(mktemp -d "$BATS_TEST_TMPDIR/box.XXXX")
+    mkdir "$box/var" "$box/etc"
+    custom=$box/var/custom.conf
+    defaults=$box/etc/stbapp.conf
+    export STBCONFIG_PERSISTENT_PREFIX=$box/var/ STBCONFIG_DEFAULTS_PREFIX=$box/etc/
+    printf '[Video]\noutput=hdmi\n' >"$defaults"
+}
+
+# Given a status and a command's arguments, runs the command and expects the status.
+expect()
+{
+    local wanted=$1
+    shift
+    run "$STBCONFIG" "$@"
+    [ "$status" = "$wanted" ] || { echo "status $status, output: $output"; return 1; }
+}

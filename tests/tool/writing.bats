@@ -1,0 +1,134 @@
+# SPDX-FileCopyrightText: The stbconfig authors
+# SPDX-License-Identifier: MIT
+
+load support
+
+requires_namespaces()
+{
+    unshare -m true 2>/dev/null || skip "no mount namespaces here; run as root"
+}
+
+@test "set writes the custom file and an equal value leaves it alone" {
+    expect 0 set Video output scart
+    inode=$(stat -c %i "$custom")
+    expect 0 set Video/output scart
+    [ "$(stat -c %i "$custom")" = "$inode" ]
+    grep -qx output=scart "$custom"
+}
+
+@test "set refuses values that are not of the type" {
+    expect 2 set Video mode x --type int
+    expect 2 set Video mode no --type bool
+    [ ! -e "$custom" ]
+}
+
+@test "set keeps commas, lists and at-signs" {
+    expect 0 set Text value 'a, b'
+    expect 0 get Text value
+    [ "$output" = 'a, b' ]
+    expect 0 set Text list a,b --type list
+    expect 0 get Text list
+    [ "$output" = $'a\nb' ]
+    expect 0 set Text at @x
+    expect 0 get Text at
+    [ "$output" = @x ]
+}
+
+@test "a dry run writes nothing" {
+    expect 0 set Video output scart --dry-run
+    [ ! -e "$custom" ]
+}
+
+@test "set does not touch a malformed file" {
+    printf '[Video]\nbroken\n' >"$custom"
+    expect 3 set Video output scart
+    expect 3 unset Video output
+    [ "$(cat "$custom")" = $'[Video]\nbroken' ]
+}
+
+@test "unset says which value answers now" {
+    "$STBCONFIG" set Video output scart
+    expect 0 unset Video output
+    [ "$output" = "Video/output is now hdmi from StbappConfDefault" ]
+    expect 1 unset Video output
+}
+
+@test "unset removes a group, or what is redundant" {
+    printf '[Audio]\na=1\nb=2\n[Video]\noutput=hdmi\n' >"$custom"
+    expect 0 unset --redundant
+    expect 0 list --keys --from custom
+    [ "$output" = $'Audio/a\nAudio/b' ]
+    expect 0 unset --group Audio
+    expect 1 unset --group Audio
+    expect 2 unset --group ''
+}
+
+@test "logging refuses what the reader would misread" {
+    expect 2 logging level verbose
+    [[ $output == *'"verbose" reads as critical'* ]]
+    expect 2 logging level 6
+    expect 2 logging jsonFormattingEnabled no
+    [[ $output == *'"no" reads as true'* ]]
+    expect 0 logging level debug
+    grep -qx level=debug "$custom"
+}
+
+@test "a lock's holder is announced at once" {
+    printf '%s\nx\nx\n' $$ >"$custom.lock"
+    "$STBCONFIG" set Video output scart 2>"$box/errors" 3>&- &
+    pid=$!
+    sleep 1
+    grep -q "waiting for process $$" "$box/errors"
+    rm "$custom.lock"
+    wait "$pid"
+}
+
+@test "a directory that is not writable loses no write in silence" {
+    [ "$(id -u)" = 0 ] || skip "needs root to become another user"
+    printf '[a]\nb=1\n' >"$custom"
+    chmod 666 "$custom"
+    chmod 555 "$box/var"
+    chmod o+x "$BATS_RUN_TMPDIR" "$BATS_TEST_TMPDIR" "$box" "$BATS_RUN_TMPDIR"/*
+    run setpriv --reuid 65534 --regid 65534 --clear-groups "$STBCONFIG" set a b 2
+    [ "$status" = 4 ]
+    [[ $output == *"the directory $box/var is not writable"* ]]
+    grep -qx b=1 "$custom"
+}
+
+@test "a full file system is named" {
+    requires_namespaces
+    run unshare -m sh -c 'mount -t tmpfs -o size=16k none "$1/var" && echo "[a]
+b=1" >"$1/var/custom.conf" && { cat /dev/zero >"$1/var/fill" 2>/dev/null; :; } &&
+        "$2" set a b 2; s=$?; cat "$1/var/custom.conf"; exit $s' sh "$box" "$STBCONFIG"
+    [ "$status" = 4 ]
+    [[ $output == *"file system is full"*"b=1"* ]]
+}
+
+@test "a read-only mount is named" {
+    requires_namespaces
+    run unshare -m sh -c 'mount -t tmpfs none "$1/var" && mount -o remount,ro "$1/var" &&
+        exec "$2" set a b 2' sh "$box" "$STBCONFIG"
+    [ "$status" = 4 ]
+    [[ $output == *"read-only file system"* ]]
+}
+
+@test "a file that is bind-mounted alone is named" {
+    requires_namespaces
+    printf '[a]\nb=1\n' >"$box/other"
+    touch "$custom"
+    run unshare -m sh -c 'mount --bind "$1/other" "$1/var/custom.conf" &&
+        exec "$2" set a b 2' sh "$box" "$STBCONFIG"
+    [ "$status" = 4 ]
+    [[ $output == *"mount point"* ]]
+    grep -qx b=1 "$box/other"
+}
+
+@test "a write that fails where nothing was seen before is noticed by reading back" {
+    requires_namespaces
+    # One inode for the directory and one for the file, none for the file that would replace it.
+    run unshare -m sh -c 'mount -t tmpfs -o nr_inodes=2 none "$1/var" && echo "[a]
+b=1" >"$1/var/custom.conf" && "$2" set a b 2; s=$?; cat "$1/var/custom.conf"; exit $s' \
+        sh "$box" "$STBCONFIG"
+    [ "$status" = 4 ]
+    [[ $output == *"does not hold the change"*"b=1"* ]]
+}

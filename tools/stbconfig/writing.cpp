@@ -1,0 +1,206 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#include "writing.h"
+
+#include "commands.h"
+#include "output.h"
+#include "session.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QProcess>
+#include <QtCore/QStorageInfo>
+
+#include <cerrno>
+#include <csignal>
+#include <unistd.h>
+
+using stbconfig::ConfigurationManager;
+
+namespace {
+
+int denied(const QString &path, int mode)
+{
+    return access(QFile::encodeName(path).constData(), mode) == 0 ? 0 : errno;
+}
+
+bool isMountPoint(const QString &path)
+{
+    QFile mounts(QStringLiteral("/proc/self/mountinfo"));
+    if (!mounts.open(QIODevice::ReadOnly))
+        return false;
+    for (const QByteArray &mount : mounts.readAll().split('\n')) {
+        // The kernel writes a blank in a path as an octal escape.
+        if (mount.split(' ').value(4).replace("\\040", " ") == QFile::encodeName(path))
+            return true;
+    }
+    return false;
+}
+
+// The directory that is to be written, or the one in which it would be made.
+QString existingDirectory(const QString &file)
+{
+    const QFileInfo info(file);
+    QString directory =
+        info.exists() ? QFileInfo(info.canonicalFilePath()).absolutePath() : info.absolutePath();
+    while (!QFileInfo::exists(directory) && directory != QLatin1String("/"))
+        directory = QFileInfo(directory).absolutePath();
+    return directory;
+}
+
+// What the file holds for each setting, as a process without our cache sees it.
+QJsonArray readBackInFreshProcess(const Options &options,
+                                  const QVector<writing::Expectation> &expected)
+{
+    QStringList arguments{QStringLiteral("--persistent"), options.persistentPrefix,
+                          QStringLiteral("--defaults"), options.defaultsPrefix};
+    if (!options.root.isEmpty())
+        arguments << QStringLiteral("--root") << options.root;
+    arguments << QStringLiteral("read-back");
+    if (options.storage)
+        arguments << QStringLiteral("--storage=") + *options.storage;
+    QJsonArray settings;
+    for (const auto &[address, value] : expected)
+        settings.append(QJsonArray{address.group, address.key});
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.start(QStringLiteral("/proc/self/exe"), arguments);
+    process.write(QJsonDocument(settings).toJson());
+    process.closeWriteChannel();
+    process.waitForFinished(-1);
+    return QJsonDocument::fromJson(process.readAllStandardOutput()).array();
+}
+
+QJsonValue onDisk(const QVariant &value)
+{
+    return value.isValid() ? QJsonValue(QJsonArray::fromStringList(texts(value))) : QJsonValue();
+}
+
+} // namespace
+
+namespace writing {
+
+QString lockHolder(const QString &file)
+{
+    QFile lock(file + QLatin1String(".lock"));
+    if (!lock.exists())
+        return {};
+    if (!lock.open(QIODevice::ReadOnly))
+        return QStringLiteral("an unreadable lock");
+    const int pid = lock.readLine().trimmed().toInt();
+    if (pid <= 0)
+        return QStringLiteral("an empty lock");
+    // The lock of a dead process is removed at the next write.
+    if (kill(pid, 0) != 0 && errno == ESRCH)
+        return {};
+    return QStringLiteral("process %1").arg(pid);
+}
+
+std::pair<QString, QString> obstacle(const QString &file)
+{
+    const QFileInfo info(file);
+    if (info.exists() && !info.isFile())
+        return {QStringLiteral("not a file"), QStringLiteral("move it away")};
+    if (info.exists()) {
+        if (isMountPoint(info.canonicalFilePath())) {
+            return {QStringLiteral("the file is a mount point and cannot be replaced"),
+                    QStringLiteral("mount its directory instead")};
+        }
+        const int error = denied(file, W_OK);
+        if (error == EROFS) {
+            return {QStringLiteral("read-only file system"),
+                    QStringLiteral("remount it read-write")};
+        }
+        if (error)
+            return {QStringLiteral("the file is not writable"), QStringLiteral("make it writable")};
+    }
+    const QString directory = existingDirectory(file);
+    if (!QFileInfo(directory).isDir())
+        return {directory + QLatin1String(" is no directory"),
+                QStringLiteral("correct the prefix")};
+    const int error = denied(directory, W_OK | X_OK);
+    if (error == EROFS) {
+        return {QStringLiteral("read-only file system"), QStringLiteral("remount it read-write")};
+    }
+    if (error) {
+        return {QLatin1String("the directory ") + directory + QLatin1String(" is not writable"),
+                QStringLiteral("make it writable, the file alone is not enough")};
+    }
+    if (QStorageInfo(directory).bytesAvailable() == 0) {
+        return {QStringLiteral("the file system is full"),
+                QStringLiteral("free some space on ") + QStorageInfo(directory).rootPath()};
+    }
+    return {};
+}
+
+void save(const Options &options, const Change &change, const QVector<Expectation> &expected)
+{
+    const QString file = [&options] { return Session(options).writtenFile(); }();
+    const auto refuse = [&file](const std::pair<QString, QString> &why) {
+        throw Failure{NotSaved, file, QLatin1String("not saved: ") + why.first, why.second};
+    };
+    const auto why = obstacle(file);
+    if (!why.first.isEmpty())
+        refuse(why);
+    const QString holder = lockHolder(file);
+    if (options.dryRun)
+        return;
+    if (!holder.isEmpty()) {
+        output::note(file + QLatin1String(".lock"),
+                     QLatin1String("waiting for ") + holder + QLatin1String(", up to 30 seconds"));
+    }
+    {
+        // Destroying the manager writes the change back.
+        const Session session(options);
+        stbconfig::IStorableBackend *storage = session.namedStorage(NotSaved);
+        if (!storage) {
+            storage = session.manager().dynamicStorage(ConfigurationManager::CustomConfPersistent);
+            requireReadable(file, *storage);
+        }
+        change(*storage);
+    }
+    QJsonArray wanted;
+    for (const auto &[address, value] : expected)
+        wanted.append(onDisk(value));
+    if (readBackInFreshProcess(options, expected) != wanted) {
+        const auto cause = obstacle(file);
+        if (!cause.first.isEmpty())
+            refuse(cause);
+        if (!lockHolder(file).isEmpty()) {
+            refuse({lockHolder(file) + QLatin1String(" holds ") + file + QLatin1String(".lock"),
+                    QStringLiteral("wait for it, or remove a left-over lock")});
+        }
+        refuse({QStringLiteral("the file does not hold the change, perhaps for lack of space"),
+                QStringLiteral("check the file system, then try again")});
+    }
+    if (options.verbose) {
+        output::note(file,
+                     QStringLiteral("saved; a running application sees the change when it "
+                                    "restarts or next writes that file"));
+    }
+}
+
+} // namespace writing
+
+ExitStatus readBack(const Options &options)
+{
+    QFile input;
+    if (!input.open(stdin, QIODevice::ReadOnly))
+        return CannotRead;
+    const Session session(options);
+    const stbconfig::IReadableBackend *storage = session.namedStorage(CannotRead);
+    if (!storage)
+        storage = session.readable(ConfigurationManager::CustomConfPersistent);
+    QJsonArray values;
+    for (const QJsonValue setting : QJsonDocument::fromJson(input.readAll()).array()) {
+        const QString group = setting.toArray().at(0).toString();
+        const QString key = setting.toArray().at(1).toString();
+        values.append(storage->contains(group, key) ? onDisk(storage->value(group, key))
+                                                    : QJsonValue());
+    }
+    output::json(values);
+    return Done;
+}
