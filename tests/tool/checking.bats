@@ -51,6 +51,23 @@ finds()
     finds logging-value "reads as error"
 }
 
+@test "findings in the values of variables" {
+    printf '[A]\nb=yes\n' >"$defaults"
+    STBAPP_A_B=off finds boolean-word STBAPP_A_B
+    STBAPP_PROFILE_LOCALE=xx! finds c-locale STBAPP_PROFILE_LOCALE
+}
+
+@test "findings in named storages" {
+    printf 'broken\n' >"$box/var/epg.db"
+    finds malformed epg.db:1 3
+}
+
+@test "findings before a write is lost" {
+    mkdir "$custom"
+    finds write-lost "$custom: not a file" 3
+    finds unreadable "$custom" 3
+}
+
 @test "findings around the files" {
     touch "$custom.lock"
     finds left-over-lock custom.conf.lock

@@ -18,6 +18,20 @@ load support
     [ "$output" = vga ]
 }
 
+@test "get converts as an application would" {
+    printf '[A]\nword=no\nnumber=" 12 "\nlist=a, b\nlong=4294967808\n' >"$custom"
+    expect 0 get A word --as bool
+    [ "$output" = true ]
+    expect 0 get A number --as int
+    [ "$output" = 12 ]
+    expect 0 get A list --as text
+    [ "$output" = "" ]
+    expect 0 get A list --as list
+    [ "$output" = $'a\nb' ]
+    expect 0 get A long --as int
+    [ "$output" = 512 ]
+}
+
 @test "get refuses what is no number and unknown locations" {
     expect 2 get Video output --as int
     expect 2 get Video output --from nowhere
@@ -27,6 +41,7 @@ load support
     printf '[Video]\nbroken\n' >"$custom"
     for command in "get a b" "explain a b" list diff logging locale check; do
         expect 3 $command
+        expect 3 --json $command
     done
     expect 3 get a b
     [[ $output == *"custom.conf: malformed, line 2; "* ]]
@@ -48,6 +63,13 @@ load support
     [[ $output == *"StbappConfDefault"*"hdmi, shadowed by EnvironmentVariables"* ]]
     [[ $output == *"DhcpOptionsConf"*"this location has no backend"* ]]
     expect 1 explain Video nothing
+}
+
+@test "explain shows the other answers before it fails on a broken file" {
+    printf 'broken\n' >"$custom"
+    expect 3 explain Video output
+    [ "${lines[0]}" = "Video/output = hdmi" ]
+    [[ $output == *"malformed, line 1; "* ]]
 }
 
 @test "explain tells what the logging reader ignores" {
@@ -121,6 +143,36 @@ load support
     [ "$read_back" = "$value" ]
 }
 
+# Given the command's words and a Python expression over d, what the command printed.
+json()
+{
+    run "$STBCONFIG" --json $1
+    echo "$output" | python3 -c "import json, sys; d = json.load(sys.stdin); assert $2, d"
+}
+
+@test "JSON has the shape that the manual states" {
+    printf '[Logging]\nlevel=debug\n[Text]\nlist=a, b\n' >"$custom"
+    export STBAPP_VIDEO_OUTPUT=vga
+    json "get Text list" "d == {'group': 'Text', 'key': 'list', 'value': ['a', 'b'], 'origin': 'CustomConfPersistent'}"
+    json "explain Video output" "(d['group'], d['key'], d['winner'], d['value'], d['reader']) == ('Video', 'output', 'EnvironmentVariables', 'vga', '')"
+    json "explain Video output" "[a['held'] for a in d['answers']] == [False, False, True, True, False]"
+    json "explain Video output" "d['answers'][2] == {'location': 'EnvironmentVariables', 'held': True, 'value': 'vga', 'source': 'STBAPP_VIDEO_OUTPUT', 'reason': 'answers'}"
+    json "explain a b" "d['winner'] is None and d['value'] is None"
+    json "list Video/*" "d == [{'setting': 'Video/output', 'value': 'vga', 'origin': 'EnvironmentVariables'}]"
+    json "diff Video/*" "d == [{'setting': 'Video/output', 'state': 'changed', 'location': 'EnvironmentVariables', 'value': 'vga', 'default': 'hdmi'}]"
+    json "diff nothing" "d == []"
+    json logging "d[0] == {'name': 'level', 'effective': 4, 'meaning': 'debug', 'stored': 'debug', 'source': 'CustomConfPersistent'} and len(d) == 4"
+    json logging "d[1] == {'name': 'responseLengthLimit', 'effective': 0, 'meaning': None, 'stored': None, 'source': 'built in'}"
+    json locale "d == {'locale': 'ru_RU', 'text': 'ru', 'origin': 'built in'}"
+    json locations "[l['name'] for l in d] == ['CustomConfPersistent', 'StbappConfDefault', 'TemporaryApplicationStorage', 'EnvironmentVariables', 'DhcpOptionsConf']"
+    json locations "d[0].keys() == {'name', 'file', 'exists', 'readable', 'writable', 'directoryWritable', 'size', 'lock'} and d[2].keys() == {'name', 'note'}"
+    json check "all(f.keys() == {'id', 'severity', 'place', 'message', 'remedy'} for f in d) and d"
+    rm "$custom"
+    chmod 600 "$defaults"
+    unset STBAPP_VIDEO_OUTPUT
+    json check "d == []"
+}
+
 @test "secrets are masked but in get" {
     printf '[User]\nparentalPin=1234\n' >"$custom"
     expect 0 list
@@ -168,6 +220,59 @@ load support
     [[ $output == *"this reads $box/varcustom.conf; for $box/var/custom.conf, add"* ]]
 }
 
+@test "an answer that cannot be written is no success" {
+    run sh -c '"$1" list >/dev/full' sh "$STBCONFIG"
+    [ "$status" = 3 ]
+    [[ $output == "stbconfig: standard output: cannot be written; "* ]]
+}
+
+# Runs the words on a terminal of 80 columns.
+on_terminal()
+{
+    run script -qec "stty cols 80; $*" /dev/null
+}
+
+@test "colour is for terminals, and not if NO_COLOR is set" {
+    on_terminal "'$STBCONFIG' explain Video output"
+    [[ $output == *$'\e['* ]]
+    on_terminal "NO_COLOR=1 '$STBCONFIG' explain Video output"
+    [[ $output == *hdmi* && $output != *$'\e['* ]]
+    expect 0 explain Video output
+    [[ $output != *$'\e['* ]]
+}
+
+@test "a long list stays within the terminal's columns" {
+    printf '[Text]\nlong=%0200d\n' 1 >"$custom"
+    on_terminal "'$STBCONFIG' list"
+    for line in "${lines[@]}"; do
+        line=${line%$'\r'}
+        [ "${#line}" -le 80 ] || { echo "$line"; return 1; }
+    done
+}
+
+@test "every status of the reading commands is reached" {
+    printf '[Profile]\nlocale=nonsense\n' >"$custom"
+    expect 1 locale
+    expect 1 check
+    rm "$custom"
+    chmod 600 "$defaults"
+    for command in "get Video output" "explain Video output" list "diff" logging locale locations \
+        check "completion bash" --help --version "list --help"; do
+        expect 0 $command
+    done
+    for command in "get a b" "explain a b" "list a"; do
+        expect 1 $command
+    done
+    printf '[A]\nb=1\n' >"$custom"
+    expect 1 diff
+    rm "$custom"
+    mkdir "$custom"
+    for command in "get a b" "explain a b" list diff logging locale check; do
+        expect 3 $command
+    done
+    expect 0 locations
+}
+
 @test "a missing storage is an error unless it may be created" {
     expect 3 get a b --storage epg
     expect 1 get a b --storage epg --create
@@ -177,13 +282,24 @@ load support
     [ "$output" = 1 ]
 }
 
-@test "bash completes real keys, for unset only the custom file's" {
+# What a real bash offers for the words, the last of which is being typed.
+offered()
+{
+    COMP_WORDS=("$STBCONFIG" "$@")
+    COMP_CWORD=$#
+    _stbconfig
+    echo "${COMPREPLY[*]}"
+}
+
+@test "bash completes commands, real groups and keys, and options" {
     printf '[Audio]\nvolume=3\n' >"$custom"
     source <("$STBCONFIG" completion bash)
-    COMP_WORDS=("$STBCONFIG" get Vi) COMP_CWORD=2
-    _stbconfig
-    [ "${COMPREPLY[*]}" = Video/output ]
-    COMP_WORDS=("$STBCONFIG" unset '') COMP_CWORD=2
-    _stbconfig
-    [ "${COMPREPLY[*]}" = Audio/volume ]
+    [ "$(offered ex)" = explain ]
+    [ "$(offered get Vi)" = "Video/output Video" ]
+    [ "$(offered get Video '')" = output ]
+    [ "$(offered unset '')" = "Audio/volume Audio" ]
+    [ "$(offered unset --group '')" = Audio ]
+    [ "$(offered get --from E)" = EnvironmentVariables ]
+    [ "$(offered list --k)" = --keys ]
+    [ "$(offered logging l)" = level ]
 }

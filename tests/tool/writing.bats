@@ -58,7 +58,10 @@ requires_namespaces()
     expect 0 unset --redundant
     expect 0 list --keys --from custom
     [ "$output" = $'Audio/a\nAudio/b' ]
+    printf '[Audio]\na=1\ndeep\\key=2\n[Audiophile]\na=1\n' >"$custom"
     expect 0 unset --group Audio
+    expect 0 list --keys --from custom
+    [ "$output" = Audiophile/a ]
     expect 1 unset --group Audio
     expect 2 unset --group ''
 }
@@ -73,14 +76,60 @@ requires_namespaces()
     grep -qx level=debug "$custom"
 }
 
-@test "a lock's holder is announced at once" {
-    printf '%s\nx\nx\n' $$ >"$custom.lock"
+# Given what stands in the lock and how it is called, sees the announcement while set still waits.
+announces()
+{
+    printf '%b' "$1" >"$custom.lock"
+    mkfifo "$box/errors"
     "$STBCONFIG" set Video output scart 2>"$box/errors" 3>&- &
-    pid=$!
-    sleep 1
-    grep -q "waiting for process $$" "$box/errors"
+    local pid=$!
+    exec 4<"$box/errors"
+    read -r first <&4
+    [[ $first == *"waiting for $2, up to 30 seconds" ]] || { echo "$first"; return 1; }
+    [ ! -e "$custom" ]
     rm "$custom.lock"
     wait "$pid"
+    grep -qx output=scart "$custom"
+}
+
+@test "a lock's holder is announced before the wait" {
+    announces "$$\nbash\n$(uname -n)\n" "process $$"
+}
+
+@test "another machine's lock is announced before the wait" {
+    announces '1\nbox\nelsewhere\n' 'process 1 of elsewhere'
+}
+
+@test "an empty lock is announced before the wait" { announces '' 'an empty or unreadable lock'; }
+
+@test "a dead process's lock is not waited for" {
+    printf '4194305\nbox\n%s\n' "$(uname -n)" >"$custom.lock"
+    expect 0 set Video output scart
+    [ -z "$output" ]
+}
+
+@test "a directory in the file's place is named" {
+    mkdir "$custom"
+    expect 3 set a b 1
+    [ "$output" = "stbconfig: $custom: not a readable file; check what it is and its permissions" ]
+}
+
+@test "set takes negative numbers" {
+    expect 0 set Audio balance -5 --type int
+    expect 0 get Audio balance --as int
+    [ "$output" = -5 ]
+}
+
+@test "a refused secret is not shown" {
+    expect 2 set User pin secret --type int
+    [[ $output != *\"secret\"* ]]
+}
+
+@test "with -v, set says when a running application sees the change" {
+    expect 0 -v set Video output scart
+    [[ $output == *"sees the change when it restarts or next writes that file" ]]
+    expect 0 -v set Video output scart
+    [[ $output == *"Video/output: unchanged" ]]
 }
 
 @test "a directory that is not writable loses no write in silence" {
@@ -131,4 +180,16 @@ b=1" >"$1/var/custom.conf" && "$2" set a b 2; s=$?; cat "$1/var/custom.conf"; ex
         sh "$box" "$STBCONFIG"
     [ "$status" = 4 ]
     [[ $output == *"does not hold the change"*"b=1"* ]]
+}
+
+@test "what is not saved is status 4, whichever command writes" {
+    requires_namespaces
+    printf '[Video]\noutput=scart\n' >"$custom"
+    for words in "set a b 2" "unset Video output" "unset --group Video" "logging level debug" \
+        "set a b 2 --storage epg --create"; do
+        run unshare -m sh -c 'mount --bind "$1/var" "$1/var" && mount -o remount,bind,ro "$1/var" &&
+            shift && exec "$@"' sh "$box" "$STBCONFIG" $words
+        [ "$status" = 4 ] || { echo "$words: $status: $output"; return 1; }
+        [ "${#lines[@]}" = 1 ]
+    done
 }

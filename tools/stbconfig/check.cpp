@@ -174,6 +174,23 @@ void checkNames(const QStringList &settings, Findings &findings)
     }
 }
 
+// What is wrong with a text wherever it is held.
+void checkText(const QString &setting, const QString &text, const QString &place,
+               Findings &findings)
+{
+    static const QStringList falseWords{QStringLiteral("no"), QStringLiteral("off"),
+                                        QStringLiteral("disabled")};
+    if (falseWords.contains(text.toLower())) {
+        findings.warning("boolean-word", place, QStringLiteral("reads as true"),
+                         "write true or false");
+    }
+    if (setting == QLatin1String("Profile/locale") && text != QLatin1String("C")
+        && QLocale(text) == QLocale::c()) {
+        findings.warning("c-locale", place, QStringLiteral("gives the C locale"),
+                         "set a locale's name, such as ru or en_GB");
+    }
+}
+
 void checkVariables(const Session &session, Findings &findings)
 {
     const auto *environment = session.readable(ConfigurationManager::EnvironmentVariables);
@@ -204,7 +221,9 @@ void checkVariables(const Session &session, Findings &findings)
             if (candidate != name)
                 continue;
             isKnown = true;
-            isEmpty = environment->value(address.group, address.key).toString().isEmpty();
+            const QString text = environment->value(address.group, address.key).toString();
+            isEmpty = text.isEmpty();
+            checkText(setting, text, name, findings);
             const auto answers = provenance::ask(session.manager(), address.group, address.key);
             winner = provenance::winner(answers);
             if (winner->location != ConfigurationManager::EnvironmentVariables) {
@@ -243,17 +262,7 @@ void checkValues(const Session &session, Findings &findings)
                 if (!wrong.isEmpty())
                     findings.warning("logging-value", place, wrong, "use stbconfig logging");
             }
-            static const QStringList falseWords{QStringLiteral("no"), QStringLiteral("off"),
-                                                QStringLiteral("disabled")};
-            if (falseWords.contains(text.toLower())) {
-                findings.warning("boolean-word", place, QStringLiteral("reads as true"),
-                                 "write true or false");
-            }
-            if (setting == QLatin1String("Profile/locale") && text != QLatin1String("C")
-                && QLocale(text) == QLocale::c()) {
-                findings.warning("c-locale", place, QStringLiteral("gives the C locale"),
-                                 "set a locale's name, such as ru or en_GB");
-            }
+            checkText(setting, text, place, findings);
             if (location == ConfigurationManager::StbappConfDefault)
                 continue;
             const auto *defaults = session.readable(ConfigurationManager::StbappConfDefault);

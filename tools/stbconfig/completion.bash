@@ -3,17 +3,17 @@
 
 _stbconfig()
 {
-    local current=${COMP_WORDS[COMP_CWORD]} command='' word
-    local -a prefixes=()
-    local i
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+    local command='' word words settings options i
+    local -a where=()
     for ((i = 1; i < COMP_CWORD; i++)); do
         word=${COMP_WORDS[i]}
         case $word in
             --persistent | --defaults | --root | --env-file | --pid)
-                prefixes+=("$word" "${COMP_WORDS[i + 1]}")
+                where+=("$word" "${COMP_WORDS[i + 1]}")
                 ((i++))
                 ;;
-            --no-env) prefixes+=("$word") ;;
+            --no-env) where+=("$word") ;;
             -*) ;;
             *)
                 command=$word
@@ -21,31 +21,45 @@ _stbconfig()
                 ;;
         esac
     done
-    local words=
+
+    local common='--persistent --defaults --root --no-env --env-file --pid --json --show-secrets'
     case $command in
-        '') words='get explain list diff set unset logging locale locations check completion' ;;
-        unset)
-            words=$("${COMP_WORDS[0]}" "${prefixes[@]}" list --keys --from Custom 2>/dev/null)
-            ;;
-        get | explain | set)
-            words=$("${COMP_WORDS[0]}" "${prefixes[@]}" list --keys 2>/dev/null)
-            ;;
-        logging) words='level responseLengthLimit jsonFormattingEnabled imageRequestsEnabled' ;;
-        completion) words=bash ;;
+        '') options="$common --help --version" ;;
+        get) options="$common --default --from --as --storage --create" ;;
+        list) options="$common --from --origin --keys --storage --create" ;;
+        set) options="$common --type --dry-run --storage --create" ;;
+        unset) options="$common --group --redundant --dry-run --storage --create" ;;
+        *) options=$common ;;
     esac
+
+    local -a list=("${COMP_WORDS[0]}" "${where[@]}" list --keys)
+    [ "$command" != unset ] || list+=(--from Custom)
+    case $command in
+        get | explain | set | unset) settings=$("${list[@]}" 2>/dev/null) ;;
+    esac
+
     local IFS=$'\n'
-    # One name per line; the groups too, for GROUP KEY and --group.
-    case $command in
-        get | explain | set | unset)
-            if ((COMP_CWORD == i + 1)); then
-                mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
-            else
-                word=${COMP_WORDS[COMP_CWORD - 1]}
-                words=$(sed -n "s|^$word/||p" <<<"$words")
-                mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
-            fi
+    case $previous in
+        --from) words=$'CustomConfPersistent\nTemporaryApplicationStorage\nEnvironmentVariables\nStbappConfDefault' ;;
+        --as | --type) words=$'text\nint\nbool\nlist' ;;
+        --group) words=$(sed -n 's|/.*||p' <<<"$settings" | sort -u) ;;
+        *)
+            case $command in
+                '') words=$'get\nexplain\nlist\ndiff\nset\nunset\nlogging\nlocale\nlocations\ncheck\ncompletion' ;;
+                logging) words=$'level\nresponseLengthLimit\njsonFormattingEnabled\nimageRequestsEnabled' ;;
+                completion) words=bash ;;
+                get | explain | set | unset)
+                    # GROUP/KEY or a group first, then the group's keys.
+                    if ((COMP_CWORD == i + 1)); then
+                        words=$settings$'\n'$(sed -n 's|/.*||p' <<<"$settings" | sort -u)
+                    else
+                        words=$(sed -n "s|^$previous/||p" <<<"$settings")
+                    fi
+                    ;;
+            esac
             ;;
-        *) mapfile -t COMPREPLY < <(compgen -W "${words// /$'\n'}" -- "$current") ;;
     esac
+    [[ $current != -* ]] || words=${options// /$'\n'}
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
 }
 complete -F _stbconfig stbconfig

@@ -47,7 +47,6 @@ QString readersView(const Session &session, const Address &address,
 ExitStatus explain(const Options &options)
 {
     const Session session(options);
-    session.requireReadableFiles();
     const Address &address = options.address;
     const auto answers = provenance::ask(session.manager(), address.group, address.key);
     const auto *winner = provenance::winner(answers);
@@ -73,6 +72,7 @@ ExitStatus explain(const Options &options)
              winner ? output::jsonValue(address, winner->value, options) : QJsonValue()},
             {QStringLiteral("reader"), view},
             {QStringLiteral("answers"), array}});
+        session.requireReadableFiles();
         return winner ? Done : PlainNo;
     }
 
@@ -95,5 +95,7 @@ ExitStatus explain(const Options &options)
     }
     if (!view.isEmpty())
         output::line(view);
+    // Last, because what the other locations answer helps to mend the file.
+    session.requireReadableFiles();
     return winner ? Done : PlainNo;
 }

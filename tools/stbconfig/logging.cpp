@@ -21,8 +21,7 @@ QStringList names()
 
 QVariant effective(const Session &session, const QString &name)
 {
-    // The reader takes a manager it could write through; it only reads here.
-    const LogsConfigWrapper reader(const_cast<ConfigurationManager &>(session.manager()));
+    const LogsConfigWrapper reader(session.manager());
     switch (names().indexOf(name)) {
     case 0:
         return reader.level();

@@ -219,10 +219,17 @@ int main(int argc, char *argv[])
 {
     // A box's shell is often in the C locale, yet names and values are UTF-8.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    int status = Done;
     try {
-        return run(argc, argv);
+        status = run(argc, argv);
     } catch (const Failure &failure) {
         output::complain(failure.thing, failure.whatHappened, failure.whatToDo);
-        return failure.status;
+        status = failure.status;
     }
+    if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+        output::complain(QStringLiteral("standard output"), QStringLiteral("cannot be written"),
+                         QStringLiteral("give it a place with space left"));
+        return CannotRead;
+    }
+    return status;
 }

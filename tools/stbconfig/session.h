@@ -20,7 +20,7 @@ public:
     /// Puts the chosen environment in place and opens the storages; reads no file yet.
     explicit Session(const Options &options);
 
-    const stbconfig::ConfigurationManager &manager() const { return *m_manager; }
+    stbconfig::ConfigurationManager &manager() const { return *m_manager; }
     const stbconfig::IReadableBackend *readable(provenance::Location location) const;
 
     /// Ends with CannotRead if one of the two files cannot be read as a whole.

@@ -14,8 +14,8 @@ QVariant typedValue(const Options &options)
 {
     const auto refuse = [&options](const char *what, const char *remedy) {
         throw Failure{Misuse, settingOf(options.address),
-                      QLatin1Char('"') + options.value + QLatin1String("\" is ")
-                          + QLatin1String(what),
+                      QLatin1Char('"') + output::shown(options.address, options.value, options)
+                          + QLatin1String("\" is ") + QLatin1String(what),
                       QString::fromLatin1(remedy)};
     };
     if (options.type == QLatin1String("int")) {

@@ -69,15 +69,21 @@ ExitStatus unset(const Options &options)
             return PlainNo;
         }
     }
-    if (addresses.isEmpty())
+    if (addresses.isEmpty()) {
+        if (options.verbose)
+            output::note(QStringLiteral("unset"), QStringLiteral("nothing is redundant"));
         return Done;
+    }
 
     QVector<writing::Expectation> expected;
     for (const Address &address : addresses)
         expected.append({address, QVariant()});
     writing::save(
         options,
-        [&addresses](stbconfig::IStorableBackend &storage) {
+        [&addresses, &options](stbconfig::IStorableBackend &storage) {
+            // As a whole, because Qt cannot address every key that a file written by hand can hold.
+            if (options.group)
+                return storage.remove(*options.group, QString());
             for (const Address &address : addresses)
                 storage.remove(address.group, address.key);
         },
@@ -89,8 +95,10 @@ ExitStatus unset(const Options &options)
             output::line(QLatin1String("would unset ") + settingOf(address));
             continue;
         }
-        if (options.storage)
+        if (options.storage) {
+            output::line(settingOf(address) + QLatin1String(" is now not set"));
             continue;
+        }
         const auto answers = provenance::ask(session.manager(), address.group, address.key);
         const auto *winner = provenance::winner(answers);
         output::line(

@@ -11,8 +11,10 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QLockFile>
 #include <QtCore/QProcess>
 #include <QtCore/QStorageInfo>
+#include <QtCore/QSysInfo>
 
 #include <cerrno>
 #include <csignal>
@@ -85,16 +87,18 @@ namespace writing {
 
 QString lockHolder(const QString &file)
 {
-    QFile lock(file + QLatin1String(".lock"));
-    if (!lock.exists())
+    const QString path = file + QLatin1String(".lock");
+    if (!QFileInfo::exists(path))
         return {};
-    if (!lock.open(QIODevice::ReadOnly))
-        return QStringLiteral("an unreadable lock");
-    const int pid = lock.readLine().trimmed().toInt();
-    if (pid <= 0)
-        return QStringLiteral("an empty lock");
+    qint64 pid = 0;
+    QString host;
+    QString application;
+    if (!QLockFile(path).getLockInfo(&pid, &host, &application))
+        return QStringLiteral("an empty or unreadable lock");
+    if (!host.isEmpty() && host != QSysInfo::machineHostName())
+        return QStringLiteral("process %1 of %2").arg(pid).arg(host);
     // The lock of a dead process is removed at the next write.
-    if (kill(pid, 0) != 0 && errno == ESRCH)
+    if (kill(static_cast<pid_t>(pid), 0) != 0 && errno == ESRCH)
         return {};
     return QStringLiteral("process %1").arg(pid);
 }
