@@ -87,8 +87,10 @@ load support
         sleep 0.1
     done
     run env STBAPP_VIDEO_OUTPUT=own "$STBCONFIG" --pid "$pid" get Video output
-    kill "$pid"
     [ "$output" = vga ]
+    run env STBAPP_AUDIO_OUTPUT=own "$STBCONFIG" --pid "$pid" get Audio output
+    kill "$pid"
+    [ "$status" = 1 ]
     expect 3 --pid 4194305 get Video output
 }
 
@@ -112,9 +114,9 @@ load support
 }
 
 @test "list is sorted, matches and is empty without matches" {
-    printf '[Audio]\nvolume=3\n' >"$custom"
+    printf '[Zone]\nname=a\n[Audio]\nvolume=3\n' >"$custom"
     expect 0 list --keys
-    [ "$output" = $'Audio/volume\nVideo/output' ]
+    [ "$output" = $'Audio/volume\nVideo/output\nZone/name' ]
     expect 0 list 'A*' --json
     [ "$(echo "$output" | python3 -c 'import json,sys; print(json.load(sys.stdin)[0]["value"])')" = 3 ]
     expect 1 list nothing --json
@@ -199,6 +201,13 @@ json()
     printf '[Logging]\nlevel=verbose\n' >"$custom"
     expect 0 logging
     [[ ${lines[0]} == *"0 critical"*'stored as "verbose"'*CustomConfPersistent ]]
+}
+
+@test "logging takes a number from the defaults if the custom one is none" {
+    printf '[Logging]\nresponseLengthLimit=abc\n' >"$custom"
+    printf '[Logging]\nresponseLengthLimit=512\n' >"$defaults"
+    expect 0 logging
+    [[ ${lines[1]} == *"512"*'stored as "512"'*StbappConfDefault ]]
 }
 
 @test "locale is built in until set, and warns about the C locale" {
@@ -302,4 +311,14 @@ offered()
     [ "$(offered get --from E)" = EnvironmentVariables ]
     [ "$(offered list --k)" = --keys ]
     [ "$(offered logging l)" = level ]
+}
+
+@test "the installed command runs from any prefix, with its manual pages" {
+    cmake --install "$BUILD_DIR" --prefix "$box/first" >/dev/null
+    mv "$box/first" "$box/installed"
+    run "$box/installed/bin/stbconfig" get Video output
+    [ "$output" = hdmi ]
+    [ -s "$box/installed/share/man/man1/stbconfig.1" ]
+    [ -s "$box/installed/share/man/man5/stbapp.conf.5" ]
+    [ -s "$box/installed/share/bash-completion/completions/stbconfig" ]
 }

@@ -66,6 +66,14 @@ requires_namespaces()
     expect 2 unset --group ''
 }
 
+@test "what hides a variable is not redundant" {
+    printf '[Video]\noutput=hdmi\n' >"$custom"
+    STBAPP_VIDEO_OUTPUT=vga expect 0 unset --redundant
+    grep -qx output=hdmi "$custom"
+    expect 0 unset --redundant
+    ! grep -q output=hdmi "$custom"
+}
+
 @test "logging refuses what the reader would misread" {
     expect 2 logging level verbose
     [[ $output == *'"verbose" reads as critical'* ]]
@@ -185,7 +193,7 @@ b=1" >"$1/var/custom.conf" && "$2" set a b 2; s=$?; cat "$1/var/custom.conf"; ex
 @test "what is not saved is status 4, whichever command writes" {
     requires_namespaces
     printf '[Video]\noutput=scart\n' >"$custom"
-    for words in "set a b 2" "unset Video output" "unset --group Video" "logging level debug" \
+    for words in "set a b 2" "set a b 2 --dry-run" "unset Video output" "unset --group Video" "logging level debug" \
         "set a b 2 --storage epg --create"; do
         run unshare -m sh -c 'mount --bind "$1/var" "$1/var" && mount -o remount,bind,ro "$1/var" &&
             shift && exec "$@"' sh "$box" "$STBCONFIG" $words

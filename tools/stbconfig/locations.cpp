@@ -70,7 +70,7 @@ ExitStatus locations(const Options &options)
         output::json(array);
         return Done;
     }
-    for (const QJsonValue value : array) {
+    for (const QJsonValue &value : qAsConst(array)) {
         const QJsonObject state = value.toObject();
         const QString name = state.value(QLatin1String("name")).toString().leftJustified(28);
         if (state.contains(QLatin1String("note"))) {

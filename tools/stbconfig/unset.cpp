@@ -76,7 +76,7 @@ ExitStatus unset(const Options &options)
     }
 
     QVector<writing::Expectation> expected;
-    for (const Address &address : addresses)
+    for (const Address &address : qAsConst(addresses))
         expected.append({address, QVariant()});
     writing::save(
         options,
@@ -84,13 +84,13 @@ ExitStatus unset(const Options &options)
             // As a whole, because Qt cannot address every key that a file written by hand can hold.
             if (options.group)
                 return storage.remove(*options.group, QString());
-            for (const Address &address : addresses)
+            for (const Address &address : qAsConst(addresses))
                 storage.remove(address.group, address.key);
         },
         expected);
 
     const Session session(options);
-    for (const Address &address : addresses) {
+    for (const Address &address : qAsConst(addresses)) {
         if (options.dryRun) {
             output::line(QLatin1String("would unset ") + settingOf(address));
             continue;
