@@ -238,6 +238,7 @@ json()
 # Runs the words on a terminal of 80 columns.
 on_terminal()
 {
+    script -qec true /dev/null >/dev/null 2>&1 || skip "no pseudo-terminals here"
     run script -qec "stty cols 80; $*" /dev/null
 }
 
