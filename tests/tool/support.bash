@@ -3,6 +3,7 @@
 
 setup()
 {
+    export LC_ALL=C.UTF-8
     box=$(mktemp -d "$BATS_TEST_TMPDIR/box.XXXX")
     mkdir "$box/var" "$box/etc"
     custom=$box/var/custom.conf
