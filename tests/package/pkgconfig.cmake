@@ -1,0 +1,20 @@
+# SPDX-FileCopyrightText: The stbconfig authors
+# SPDX-License-Identifier: MIT
+
+# Compiles the consumer in one call of the compiler, with what pkg-config says of the moved package.
+# -fPIC is Qt's own demand on all that include its headers.
+
+include("${CMAKE_CURRENT_LIST_DIR}/build.cmake")
+
+set(ENV{PKG_CONFIG_PATH} "${WORK_DIR}/installed/lib/pkgconfig")
+execute_process(COMMAND "${PKG_CONFIG}" --cflags --libs "stbconfig >= 1.0"
+  OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+separate_arguments(flags UNIX_COMMAND "${flags}")
+
+set(directory "${WORK_DIR}/pkgconfig")
+file(REMOVE_RECURSE "${directory}")
+file(MAKE_DIRECTORY "${directory}")
+run("${COMPILER}" -std=c++17 -fPIC "${SOURCE_DIR}/tests/consumer/main.cpp" ${flags}
+  -o "${directory}/consumer")
+set(ENV{LD_LIBRARY_PATH} "${WORK_DIR}/installed/lib")
+run("${directory}/consumer" "${directory}/")

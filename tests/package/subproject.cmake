@@ -1,0 +1,12 @@
+# SPDX-FileCopyrightText: The stbconfig authors
+# SPDX-License-Identifier: MIT
+
+include("${CMAKE_CURRENT_LIST_DIR}/build.cmake")
+
+build(subproject "${SOURCE_DIR}/tests/subproject" "-DSTBCONFIG_SOURCE_DIR=${SOURCE_DIR}")
+run("${WORK_DIR}/subproject/consumer" "${WORK_DIR}/subproject/")
+foreach(stranger IN ITEMS tests tools examples)
+  if(EXISTS "${WORK_DIR}/subproject/stbconfig/${stranger}")
+    message(FATAL_ERROR "builds our ${stranger}/ too")
+  endif()
+endforeach()

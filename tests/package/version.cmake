@@ -1,0 +1,36 @@
+# SPDX-FileCopyrightText: The stbconfig authors
+# SPDX-License-Identifier: MIT
+
+# The version has one home, project(). Whatever repeats it, or is made from it, must agree.
+
+function(expect_version place actual expected)
+  if(NOT actual STREQUAL expected)
+    message(SEND_ERROR "${place}: \"${actual}\" instead of \"${expected}\"")
+  endif()
+endfunction()
+
+function(expect_first_match file expression)
+  file(READ "${SOURCE_DIR}/${file}" text)
+  if(NOT text MATCHES "${expression}")
+    message(SEND_ERROR "${file}: no version in it")
+  endif()
+  expect_version("${file}" "${CMAKE_MATCH_1}" "${VERSION}")
+endfunction()
+
+expect_first_match(debian/changelog "stbconfig \\(([^)]+)\\)")
+expect_first_match(CHANGELOG.md "## ([0-9.]+)")
+
+string(REGEX MATCH "^[0-9]+" major "${VERSION}")
+set(library "${WORK_DIR}/installed/lib/libstbconfig.so")
+file(READ_SYMLINK "${library}" target)
+expect_version("${library}" "${target}" "libstbconfig.so.${major}")
+file(READ_SYMLINK "${library}.${major}" target)
+expect_version("${library}.${major}" "${target}" "libstbconfig.so.${VERSION}")
+
+set(ENV{PKG_CONFIG_PATH} "${WORK_DIR}/installed/lib/pkgconfig")
+execute_process(COMMAND "${PKG_CONFIG}" --modversion stbconfig
+  OUTPUT_VARIABLE modversion OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+expect_version("pkg-config" "${modversion}" "${VERSION}")
+
+find_package(stbconfig QUIET CONFIG PATHS "${WORK_DIR}/installed" NO_DEFAULT_PATH)
+expect_version("CMake's package" "${stbconfig_VERSION}" "${VERSION}")
