@@ -192,6 +192,13 @@ b=1" >"$1/var/custom.conf" && "$2" set a b 2; s=$?; cat "$1/var/custom.conf"; ex
     [[ $output == *"does not hold the change"*"b=1"* ]]
 }
 
+@test "where a change cannot be read back, set says so" {
+    requires_namespaces
+    run unshare -m sh -c 'mount -t tmpfs none /proc && "$1" set Video output scart' - "$STBCONFIG"
+    [ "$status" = 4 ]
+    [ "$output" = "stbconfig: $custom: written, but not proved: no fresh process could be started; mount /proc and ask again with stbconfig get" ]
+}
+
 @test "what is not saved is status 4, whichever command writes" {
     requires_namespaces
     printf '[Video]\noutput=scart\n' >"$custom"

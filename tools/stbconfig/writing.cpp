@@ -54,7 +54,7 @@ QString existingDirectory(const QString &file)
 }
 
 // What the file holds for each setting, as a process without our cache sees it.
-QJsonArray readBackInFreshProcess(const Options &options,
+QJsonArray readBackInFreshProcess(const Options &options, const QString &file,
                                   const QVector<writing::Expectation> &expected)
 {
     QStringList arguments{QStringLiteral("--persistent"), options.persistentPrefix,
@@ -73,6 +73,11 @@ QJsonArray readBackInFreshProcess(const Options &options,
     process.write(QJsonDocument(settings).toJson());
     process.closeWriteChannel();
     process.waitForFinished(-1);
+    if (process.error() == QProcess::FailedToStart) {
+        throw Failure{NotSaved, file,
+                      QStringLiteral("written, but not proved: no fresh process could be started"),
+                      QStringLiteral("mount /proc and ask again with stbconfig get")};
+    }
     return QJsonDocument::fromJson(process.readAllStandardOutput()).array();
 }
 
@@ -169,7 +174,7 @@ void save(const Options &options, const Change &change, const QVector<Expectatio
     QJsonArray wanted;
     for (const auto &[address, value] : expected)
         wanted.append(onDisk(value));
-    if (readBackInFreshProcess(options, expected) != wanted) {
+    if (readBackInFreshProcess(options, file, expected) != wanted) {
         const auto cause = obstacle(file);
         if (!cause.first.isEmpty())
             refuse(cause);
