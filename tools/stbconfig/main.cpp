@@ -6,6 +6,7 @@
 #include "session.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QTextCodec>
 
@@ -159,6 +160,7 @@ int run(int argc, char *argv[])
         return Misuse;
     }
 
+    options.program = QFile::decodeName(argv[0]);
     options.persistentPrefix = text(given.persistent);
     options.defaultsPrefix = text(given.defaults);
     options.root = text(given.root);

@@ -28,6 +28,7 @@ struct Address
 
 struct Options
 {
+    QString program; // as this process was called
     QString persistentPrefix;
     QString defaultsPrefix;
     QString root;

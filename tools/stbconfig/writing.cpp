@@ -67,18 +67,21 @@ QJsonArray readBackInFreshProcess(const Options &options, const QString &file,
     QJsonArray settings;
     for (const auto &[address, value] : expected)
         settings.append(QJsonArray{address.group, address.key});
-    QProcess process;
-    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process.start(QStringLiteral("/proc/self/exe"), arguments);
-    process.write(QJsonDocument(settings).toJson());
-    process.closeWriteChannel();
-    process.waitForFinished(-1);
-    if (process.error() == QProcess::FailedToStart) {
-        throw Failure{NotSaved, file,
-                      QStringLiteral("written, but not proved: no fresh process could be started"),
-                      QStringLiteral("mount /proc and ask again with stbconfig get")};
+    // Without /proc, as in an unpacked image, the name that we were called by has to do.
+    for (const QString &program : {QStringLiteral("/proc/self/exe"), options.program}) {
+        QProcess process;
+        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process.start(program, arguments);
+        if (!process.waitForStarted(-1))
+            continue;
+        process.write(QJsonDocument(settings).toJson());
+        process.closeWriteChannel();
+        process.waitForFinished(-1);
+        return QJsonDocument::fromJson(process.readAllStandardOutput()).array();
     }
-    return QJsonDocument::fromJson(process.readAllStandardOutput()).array();
+    throw Failure{NotSaved, file,
+                  QStringLiteral("written, but not proved: no fresh process could be started"),
+                  QStringLiteral("mount /proc and ask again with stbconfig get")};
 }
 
 QJsonValue onDisk(const QVariant &value)
