@@ -5,9 +5,19 @@
 function(build name source)
   file(REMOVE_RECURSE "${WORK_DIR}/${name}")
   run("${CMAKE_COMMAND}" -S "${source}" -B "${WORK_DIR}/${name}" -G "${GENERATOR}"
-    "-DCMAKE_CXX_COMPILER=${COMPILER}" -DCMAKE_BUILD_TYPE=Release
+    "-DCMAKE_CXX_COMPILER=${COMPILER}" ${CROSS} -DCMAKE_BUILD_TYPE=Release
     "-DCMAKE_CXX_FLAGS_RELEASE=-O2 -DNDEBUG" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON ${ARGN})
   run("${CMAKE_COMMAND}" --build "${WORK_DIR}/${name}")
+endfunction()
+
+# The compiler alone does not say that it compiles for another machine.
+if(TOOLCHAIN_FILE)
+  set(CROSS "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN_FILE}")
+endif()
+
+# Runs a program that was built here.
+function(run_built)
+  run(${EMULATOR} ${ARGV})
 endfunction()
 
 function(run)

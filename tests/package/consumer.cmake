@@ -4,4 +4,4 @@
 include("${CMAKE_CURRENT_LIST_DIR}/build.cmake")
 
 build(consumer "${SOURCE_DIR}/tests/consumer" "-DCMAKE_PREFIX_PATH=${WORK_DIR}/installed")
-run("${WORK_DIR}/consumer/consumer" "${WORK_DIR}/consumer/")
+run_built("${WORK_DIR}/consumer/consumer" "${WORK_DIR}/consumer/")

@@ -4,4 +4,4 @@
 include("${CMAKE_CURRENT_LIST_DIR}/build.cmake")
 
 build(owncommandline "${SOURCE_DIR}/tests/owncommandline" "-DSTBCONFIG_SOURCE_DIR=${SOURCE_DIR}")
-run("${WORK_DIR}/owncommandline/application" "${WORK_DIR}/owncommandline/")
+run_built("${WORK_DIR}/owncommandline/application" "${WORK_DIR}/owncommandline/")

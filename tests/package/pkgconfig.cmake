@@ -6,7 +6,8 @@
 
 include("${CMAKE_CURRENT_LIST_DIR}/build.cmake")
 
-set(ENV{PKG_CONFIG_PATH} "${WORK_DIR}/installed/lib/pkgconfig")
+set(ENV{PKG_CONFIG_PATH}
+  "${WORK_DIR}/installed/lib/pkgconfig:/usr/lib/${ARCHITECTURE}/pkgconfig")
 execute_process(COMMAND "${PKG_CONFIG}" --cflags --libs "stbconfig >= 1.0"
   OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 separate_arguments(flags UNIX_COMMAND "${flags}")
@@ -17,4 +18,4 @@ file(MAKE_DIRECTORY "${directory}")
 run("${COMPILER}" -std=c++17 -fPIC "${SOURCE_DIR}/tests/consumer/main.cpp" ${flags}
   -o "${directory}/consumer")
 set(ENV{LD_LIBRARY_PATH} "${WORK_DIR}/installed/lib")
-run("${directory}/consumer" "${directory}/")
+run_built("${directory}/consumer" "${directory}/")

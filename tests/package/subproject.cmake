@@ -4,7 +4,7 @@
 include("${CMAKE_CURRENT_LIST_DIR}/build.cmake")
 
 build(subproject "${SOURCE_DIR}/tests/subproject" "-DSTBCONFIG_SOURCE_DIR=${SOURCE_DIR}")
-run("${WORK_DIR}/subproject/consumer" "${WORK_DIR}/subproject/")
+run_built("${WORK_DIR}/subproject/consumer" "${WORK_DIR}/subproject/")
 foreach(stranger IN ITEMS tests tools examples)
   if(EXISTS "${WORK_DIR}/subproject/stbconfig/${stranger}")
     message(FATAL_ERROR "builds our ${stranger}/ too")

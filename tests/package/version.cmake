@@ -27,7 +27,8 @@ expect_version("${library}" "${target}" "libstbconfig.so.${major}")
 file(READ_SYMLINK "${library}.${major}" target)
 expect_version("${library}.${major}" "${target}" "libstbconfig.so.${VERSION}")
 
-set(ENV{PKG_CONFIG_PATH} "${WORK_DIR}/installed/lib/pkgconfig")
+set(ENV{PKG_CONFIG_PATH}
+  "${WORK_DIR}/installed/lib/pkgconfig:/usr/lib/${ARCHITECTURE}/pkgconfig")
 execute_process(COMMAND "${PKG_CONFIG}" --modversion stbconfig
   OUTPUT_VARIABLE modversion OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 expect_version("pkg-config" "${modversion}" "${VERSION}")

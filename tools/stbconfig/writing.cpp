@@ -12,13 +12,16 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QLockFile>
-#include <QtCore/QProcess>
 #include <QtCore/QStorageInfo>
 #include <QtCore/QSysInfo>
 
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 using stbconfig::ConfigurationManager;
 
@@ -53,6 +56,42 @@ QString existingDirectory(const QString &file)
     return directory;
 }
 
+// Starts the program with pipes for its input and output; 0 if it cannot be started. Not by QProcess,
+// which starts nothing under qemu-user, where builds for other processors are tested.
+pid_t start(const QString &program, const QStringList &arguments, QFile &input, QFile &output)
+{
+    QVector<QByteArray> words{QFile::encodeName(program)};
+    for (const QString &argument : arguments)
+        words.append(argument.toLocal8Bit());
+    std::vector<char *> argv;
+    for (QByteArray &word : words)
+        argv.push_back(word.data());
+    argv.push_back(nullptr);
+
+    int to[2];
+    int from[2];
+    if (pipe2(to, O_CLOEXEC) != 0)
+        return 0;
+    input.open(to[1], QIODevice::WriteOnly, QFileDevice::AutoCloseHandle);
+    QFile theirInput;
+    theirInput.open(to[0], QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
+    if (pipe2(from, O_CLOEXEC) != 0)
+        return 0;
+    output.open(from[0], QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
+    QFile theirOutput;
+    theirOutput.open(from[1], QIODevice::WriteOnly, QFileDevice::AutoCloseHandle);
+
+    posix_spawn_file_actions_t redirections;
+    posix_spawn_file_actions_init(&redirections);
+    posix_spawn_file_actions_adddup2(&redirections, to[0], STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&redirections, from[1], STDOUT_FILENO);
+    pid_t process = 0;
+    if (posix_spawnp(&process, argv[0], &redirections, nullptr, argv.data(), environ) != 0)
+        process = 0;
+    posix_spawn_file_actions_destroy(&redirections);
+    return process;
+}
+
 // What the file holds for each setting, as a process without our cache sees it.
 QJsonArray readBackInFreshProcess(const Options &options, const QString &file,
                                   const QVector<writing::Expectation> &expected)
@@ -67,17 +106,19 @@ QJsonArray readBackInFreshProcess(const Options &options, const QString &file,
     QJsonArray settings;
     for (const auto &[address, value] : expected)
         settings.append(QJsonArray{address.group, address.key});
-    // Without /proc, as in an unpacked image, the name that we were called by has to do.
-    for (const QString &program : {QStringLiteral("/proc/self/exe"), options.program}) {
-        QProcess process;
-        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        process.start(program, arguments);
-        if (!process.waitForStarted(-1))
+    // Neither always works: the name may be anything, and an unpacked image has no /proc.
+    for (const QString &program : {options.program, QStringLiteral("/proc/self/exe")}) {
+        QFile input;
+        QFile output;
+        const pid_t process = start(program, arguments, input, output);
+        if (process == 0)
             continue;
-        process.write(QJsonDocument(settings).toJson());
-        process.closeWriteChannel();
-        process.waitForFinished(-1);
-        return QJsonDocument::fromJson(process.readAllStandardOutput()).array();
+        std::signal(SIGPIPE, SIG_IGN); // the missing answer of a dead process says enough
+        input.write(QJsonDocument(settings).toJson());
+        input.close();
+        const QByteArray answer = output.readAll();
+        waitpid(process, nullptr, 0);
+        return QJsonDocument::fromJson(answer).array();
     }
     throw Failure{NotSaved, file,
                   QStringLiteral("written, but not proved: no fresh process could be started"),
