@@ -181,7 +181,9 @@ void printFailures(const ConfigurationManager &settings, ReportPrinter *printer)
 int main(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);
+#if QT_VERSION_MAJOR < 6 // Qt 6 writes UTF-8 in any locale
     out.setCodec("UTF-8");
+#endif
     QCommandLineParser parser;
     parser.setApplicationDescription("The settings of an imaginary set-top box.");
     parser.addHelpOption();

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
+#include "support/qtdifferences.h"
 #include "support/settingsfixture.h"
 
 #include <stbconfig/logsconfigwrapper.h>
@@ -78,9 +79,10 @@ class AllocationFailure : public SettingsFixture
 {
 protected:
     // Runs the work with its first own allocation failing, then its second and so on, until it
-    // succeeds. Whatever a failed run allocated must be gone. Returns how many runs failed.
+    // succeeds. Whatever a failed run allocated must be gone, but for what may be kept. Returns how
+    // many runs failed.
     template <typename Work>
-    static int failuresUntilSuccess(Work work)
+    static int failuresUntilSuccess(Work work, std::size_t kept = 0)
     {
         for (int failing = 0;; ++failing) {
             own.live.clear();
@@ -95,7 +97,7 @@ protected:
             own.isArmed = false;
             if (!hasFailed)
                 return failing;
-            EXPECT_EQ(own.live.size(), 0U)
+            EXPECT_LE(own.live.size(), kept)
                 << "left behind when allocation " << failing << " failed";
         }
     }
@@ -112,8 +114,8 @@ TEST_F(AllocationFailure, LeavesNothingOfAManagerBehind)
         failuresUntilSuccess([&] { ConfigurationManager manager(persistent, defaults, &handler); });
 
     // The private part; a storage, its reference counter and what it owns, five times: memory
-    // owns nothing.
-    EXPECT_EQ(failures, 1 + 5 * 3 - 1);
+    // owns nothing. A map in our own code adds itself, three times, and an entry for each storage.
+    EXPECT_EQ(failures, 1 + 5 * 3 - 1 + (qtdifferences::mapsAllocateInOurs ? 3 + 5 : 0));
     EXPECT_THAT(handler.messages(), ::testing::IsEmpty());
     EXPECT_THAT(valueOf("Video", "output"), IsText("hdmi"));
 }
@@ -124,7 +126,9 @@ TEST_F(AllocationFailure, LeavesNothingOfAnIndependentStorageBehindAndCanBeRetri
     const QString name = "channels";
     IStorableBackend *storage = nullptr;
 
-    const int failures = failuresUntilSuccess([&] { storage = manager.independentStorage(name); });
+    // The entry stays, and the next call fills it.
+    const int failures = failuresUntilSuccess([&] { storage = manager.independentStorage(name); },
+                                              qtdifferences::mapsAllocateInOurs ? 1 : 0);
 
     EXPECT_EQ(failures, 3);
     ASSERT_THAT(storage, ::testing::NotNull());

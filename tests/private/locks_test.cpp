@@ -9,6 +9,7 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <mutex>
 #include <thread>
 
 using namespace stbconfig;
@@ -66,7 +67,12 @@ TEST_F(Locks, AreFreeBetweenCalls)
     EXPECT_FALSE(isLocked());
 }
 
-TEST_F(Locks, AreNotRecursive) { EXPECT_FALSE(d().mutex.isRecursive()); }
+TEST_F(Locks, AreNotRecursive)
+{
+    const std::lock_guard lock(d().mutex);
+
+    EXPECT_FALSE(d().mutex.tryLock());
+}
 
 TEST_F(Locks, AreHeldWhileAHandlerReceivesAReport)
 {

@@ -317,7 +317,7 @@ offered()
 @test "the installed command runs from any prefix, with its manual pages" {
     cmake --install "$BUILD_DIR" --prefix "$box/first" >/dev/null
     mv "$box/first" "$box/installed"
-    run $EMULATOR "$box/installed/bin/stbconfig" get Video output
+    run $EMULATOR "$box/installed/bin/${PROGRAM##*/}" get Video output
     [ "$output" = hdmi ]
     [ -s "$box/installed/share/man/man1/stbconfig.1" ]
     [ -s "$box/installed/share/man/man5/stbapp.conf.5" ]

@@ -148,7 +148,8 @@ announces()
     cmake --install "$BUILD_DIR" --prefix "$box/installed" >/dev/null
     chmod 555 "$box/var"
     chmod o+x "$BATS_RUN_TMPDIR" "$BATS_TEST_TMPDIR" "$box" "$BATS_RUN_TMPDIR"/*
-    run setpriv --reuid 65534 --regid 65534 --clear-groups "$box/installed/bin/stbconfig" set a b 2
+    run setpriv --reuid 65534 --regid 65534 --clear-groups $EMULATOR \
+        "$box/installed/bin/${PROGRAM##*/}" set a b 2
     [ "$status" = 4 ]
     [[ $output == *"the directory $box/var is not writable"* ]]
     grep -qx b=1 "$custom"
@@ -196,7 +197,8 @@ b=1" >"$1/var/custom.conf" && "$2" set a b 2; s=$?; cat "$1/var/custom.conf"; ex
     requires_namespaces
     run unshare -m sh -c 'mount -t tmpfs none /proc && "$1" set Video output scart' - "$STBCONFIG"
     [ "$status" = 0 ]
-    run unshare -m bash -c 'mount -t tmpfs none /proc && exec -a nobody "$1" set Video output vga' - "$STBCONFIG"
+    run unshare -m bash -c 'mount -t tmpfs none /proc && exec -a nobody "$@" set Video output vga' - \
+        ${EMULATOR:+$EMULATOR -0 nobody} "$PROGRAM"
     [ "$status" = 4 ]
     [ "$output" = "stbconfig: $custom: written, but not proved: no fresh process could be started; mount /proc and ask again with stbconfig get" ]
 }

@@ -115,7 +115,7 @@ void checkFile(const QString &file, const stbconfig::IReadableBackend &storage, 
         return;
     }
     const QStringList settings = storage.allKeys();
-    const int before = findings.all().size();
+    const auto before = findings.all().size();
     checkLines(file, isWritten, findings);
     const bool hasLine = std::any_of(
         findings.all().cbegin() + before, findings.all().cend(),

@@ -8,7 +8,10 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+
+#if QT_VERSION_MAJOR < 6
 #include <QtCore/QTextCodec>
+#endif
 
 #include <CLI/CLI.hpp>
 
@@ -219,8 +222,10 @@ int run(int argc, char *argv[])
 
 int main(int argc, char *argv[])
 {
-    // A box's shell is often in the C locale, yet names and values are UTF-8.
+#if QT_VERSION_MAJOR < 6
+    // A box's shell is often in the C locale, yet names and values are UTF-8. Qt 6 asks no locale.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+#endif
     int status = Done;
     try {
         status = run(argc, argv);

@@ -116,11 +116,13 @@ QString bold(const QString &text)
 
 void table(const QVector<QStringList> &rows)
 {
-    QVector<int> widths;
+    using Size = decltype(QString().size()); // int in Qt 5, longer in Qt 6
+    constexpr Size widest = 36;
+    QVector<Size> widths;
     for (const QStringList &row : rows) {
         widths.resize(qMax(widths.size(), row.size()));
         for (int column = 0; column < row.size(); ++column)
-            widths[column] = qMin(36, qMax(widths[column], row[column].size()));
+            widths[column] = qMin(widest, qMax(widths[column], row[column].size()));
     }
     const int limit = terminalWidth();
     for (const QStringList &row : rows) {

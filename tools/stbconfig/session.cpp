@@ -43,7 +43,7 @@ void readVariables(const QString &path, const QByteArray &text, char separator)
         ++number;
         if (line.isEmpty() || (separator == '\n' && line.startsWith('#')))
             continue;
-        const int equals = line.indexOf('=');
+        const auto equals = line.indexOf('=');
         if (equals <= 0 && separator == '\n') {
             throw Failure{CannotRead, path, QStringLiteral("line %1 is no NAME=VALUE").arg(number),
                           QStringLiteral("correct the line")};
@@ -160,7 +160,7 @@ QStringList Session::settings() const
 
 QStringList Session::storageNames() const
 {
-    const int slash = m_persistentPrefix.lastIndexOf(QLatin1Char('/'));
+    const auto slash = m_persistentPrefix.lastIndexOf(QLatin1Char('/'));
     const QString directory = slash < 0 ? QStringLiteral(".") : m_persistentPrefix.left(slash + 1);
     const QString stem = m_persistentPrefix.mid(slash + 1);
     QStringList names;
@@ -174,7 +174,7 @@ QStringList Session::storageNames() const
 
 Address addressOf(const QString &setting)
 {
-    const int slash = setting.indexOf(QLatin1Char('/'));
+    const auto slash = setting.indexOf(QLatin1Char('/'));
     return slash < 0 ? Address{QString(), setting}
                      : Address{setting.left(slash), setting.mid(slash + 1)};
 }
