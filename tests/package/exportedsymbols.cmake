@@ -1,10 +1,9 @@
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
 
-# Compares what the installed library exports with the reviewed list, line by line.
+# Compares what LIBRARY exports with the reviewed list, line by line. With ACCEPT, makes that list.
 
-execute_process(COMMAND "${NM}" --dynamic --demangle --defined-only --format=posix
-    "${WORK_DIR}/installed/lib/libstbconfig.so"
+execute_process(COMMAND "${NM}" --dynamic --demangle --defined-only --format=posix "${LIBRARY}"
   OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
 # A line is "name type value size".
 string(REGEX REPLACE " [A-Za-z] [0-9a-f]+ [0-9a-f]*\n" "\n" symbols "${symbols}")
@@ -13,7 +12,12 @@ string(REPLACE "\n" ";" symbols "${symbols}")
 list(REMOVE_DUPLICATES symbols) # a constructor has one symbol for each use of its class
 list(SORT symbols)
 
-file(STRINGS "${SOURCE_DIR}/tests/exported_symbols.txt" reviewed)
+set(list "${CMAKE_CURRENT_LIST_DIR}/../exported_symbols.txt")
+if(ACCEPT)
+  list(JOIN symbols "\n" lines)
+  file(WRITE "${list}" "${lines}\n")
+endif()
+file(STRINGS "${list}" reviewed)
 list(SORT reviewed)
 
 if(NOT symbols STREQUAL reviewed)
