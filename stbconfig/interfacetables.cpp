@@ -19,11 +19,12 @@ struct Witness
     Witness() { asm volatile("" ::: "memory"); }
 };
 
-// Never instantiated, hence abstract. "used" keeps the constructor although nobody calls it.
+// Never instantiated, hence abstract. "used" keeps the constructor although nobody calls it; a
+// defaulted one it does not keep.
 template <typename Interface>
 struct Anchor : Interface, Witness
 {
-    [[gnu::used]] Anchor() {}
+    [[gnu::used]] Anchor() {} // NOLINT(modernize-use-equals-default)
 };
 
 template struct Anchor<IErrorHandler>;

@@ -70,9 +70,9 @@ public:
         const QVariant stored = custom->contains(settingsKey(level))
             ? custom->value(settingsKey(level))
             : defaults->value(settingsKey(level));
-        const QString text = stored.toString();
-        if (levels().contains(text))
-            return levels().value(text);
+        const QString word = stored.toString();
+        if (levels().contains(word))
+            return levels().value(word);
         return stored.toInt();
     }
 

@@ -11,13 +11,12 @@
 #include <QtCore/QTextStream>
 
 using stbconfig::ConfigurationManager;
-using stbconfig::IReadableBackend;
 using stbconfig::IStorableBackend;
 using stbconfig::LogsConfigWrapper;
 
 namespace {
 
-QTextStream out(stdout);
+QTextStream out(stdout); // NOLINT(*-avoid-non-const-global-variables): as stdout is
 
 void printHeading(const char *text)
 {

@@ -15,7 +15,7 @@ namespace stbconfig {
 
 // The upper case of every ASCII character. A look-up is a third fewer instructions than to compare
 // and subtract, and most of what a variable's name costs is its characters.
-inline constexpr auto asciiUpperCase = [] {
+inline constexpr auto asciiUpperCase = []() {
     std::array<char, 128> table{};
     for (unsigned i = 0; i < table.size(); ++i)
         table[i] = static_cast<char>(i >= 'a' && i <= 'z' ? i - 'a' + 'A' : i);

@@ -122,7 +122,7 @@ TEST_F(AllocationFailure, LeavesNothingOfAManagerBehind)
 
 TEST_F(AllocationFailure, LeavesNothingOfAnIndependentStorageBehindAndCanBeRetried)
 {
-    ConfigurationManager &manager = this->manager();
+    const ConfigurationManager &manager = this->manager();
     const QString name = "channels";
     IStorableBackend *storage = nullptr;
 

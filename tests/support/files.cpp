@@ -15,12 +15,12 @@ ScratchDirectory::ScratchDirectory() { EXPECT_TRUE(directory.isValid()) << "no s
 
 QString ScratchDirectory::write(const QString &name, const QByteArray &content) const
 {
-    const QString path = this->path(name);
-    EXPECT_TRUE(QDir().mkpath(QFileInfo(path).path()));
-    QFile file(path);
-    EXPECT_TRUE(file.open(QFile::WriteOnly)) << "cannot open " << path.toStdString();
-    EXPECT_EQ(file.write(content), content.size());
-    return path;
+    QString file = path(name);
+    EXPECT_TRUE(QDir().mkpath(QFileInfo(file).path()));
+    QFile written(file);
+    EXPECT_TRUE(written.open(QFile::WriteOnly)) << "cannot open " << file.toStdString();
+    EXPECT_EQ(written.write(content), content.size());
+    return file;
 }
 
 QString ScratchDirectory::unwritablePrefix() const { return write("not-a-directory", {}) + '/'; }

@@ -60,7 +60,8 @@ QString atLine(const QString &file, const RawLine &line)
 
 void checkLines(const QString &file, bool isWritten, Findings &findings)
 {
-    for (const RawLine &line : readLines(file)) {
+    const QVector<RawLine> lines = readLines(file);
+    for (const RawLine &line : lines) {
         const QString place = atLine(file, line);
         if (line.kind == RawLine::Malformed) {
             findings.error("malformed", place, QStringLiteral("no section and no entry"),
@@ -79,7 +80,8 @@ void checkLines(const QString &file, bool isWritten, Findings &findings)
         }
         if (line.kind == RawLine::Entry) {
             bool isQuoted = false;
-            for (const char byte : line.text.mid(line.text.indexOf('=') + 1)) {
+            const QByteArray value = line.text.mid(line.text.indexOf('=') + 1);
+            for (const char byte : value) {
                 if (byte == '"')
                     isQuoted = !isQuoted;
                 if (byte == ',' && !isQuoted) {
@@ -124,7 +126,7 @@ void checkFile(const QString &file, const stbconfig::IReadableBackend &storage, 
         findings.error("malformed", file, QStringLiteral("the library cannot read all of it"),
                        "restore the file");
     }
-    const bool isOpen = info.permissions() & QFile::ReadOther;
+    const bool isOpen = info.permissions().testFlag(QFile::ReadOther);
     for (const QString &setting : settings) {
         if (isOpen && output::isSecret(addressOf(setting).key)) {
             findings.warning("readable-secret", file,
@@ -298,7 +300,8 @@ ExitStatus check(const Options &options)
               true, findings);
     checkFile(session.defaultsFile(), *session.readable(ConfigurationManager::StbappConfDefault),
               false, findings);
-    for (const QString &name : session.storageNames()) {
+    const QStringList names = session.storageNames();
+    for (const QString &name : names) {
         checkFile(session.storageFile(name), *session.manager().independentStorage(name), true,
                   findings);
     }

@@ -28,7 +28,8 @@ ExitStatus diff(const Options &options)
     session.requireReadableFiles();
     QJsonArray array;
     QVector<QStringList> rows;
-    for (const QString &setting : session.settings()) {
+    const QStringList settings = session.settings();
+    for (const QString &setting : settings) {
         if (!matches(options.glob, setting))
             continue;
         const Address address = addressOf(setting);

@@ -19,7 +19,8 @@ void print(const Options &options, const QVariant &value, const QString &origin)
                         {QStringLiteral("value"), output::jsonValue(options.address, value, open)},
                         {QStringLiteral("origin"), origin}});
     } else if (value.type() == QVariant::StringList) {
-        for (const QString &text : value.toStringList())
+        const QStringList items = value.toStringList();
+        for (const QString &text : items)
             output::record(text, options);
     } else {
         output::record(value.toString(), options);
@@ -61,7 +62,8 @@ ExitStatus get(const Options &options)
         }
     } else {
         session.requireReadableFiles();
-        for (const auto &answer : provenance::ask(session.manager(), group, key)) {
+        const auto answers = provenance::ask(session.manager(), group, key);
+        for (const auto &answer : answers) {
             if (!answer.isHeld || (options.from && locationOf(*options.from) != answer.location))
                 continue;
             print(options, converted(options, answer.value),

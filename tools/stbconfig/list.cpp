@@ -5,8 +5,6 @@
 #include "output.h"
 #include "session.h"
 
-using stbconfig::ConfigurationManager;
-
 namespace {
 
 struct Row
@@ -30,9 +28,11 @@ QVector<Row> rowsOf(const Session &session, const Options &options)
         return rows;
     }
     session.requireReadableFiles();
-    for (const QString &setting : session.settings()) {
+    const QStringList settings = session.settings();
+    for (const QString &setting : settings) {
         const Address address = addressOf(setting);
-        for (const auto &answer : provenance::ask(session.manager(), address.group, address.key)) {
+        const auto answers = provenance::ask(session.manager(), address.group, address.key);
+        for (const auto &answer : answers) {
             if (!answer.isHeld || (options.from && locationOf(*options.from) != answer.location))
                 continue;
             rows.append({setting, answer.value, provenance::locationName(answer.location)});
@@ -51,7 +51,8 @@ ExitStatus list(const Options &options)
         locationOf(*options.from);
     QJsonArray array;
     QVector<QStringList> table;
-    for (const Row &row : rowsOf(session, options)) {
+    const QVector<Row> rows = rowsOf(session, options);
+    for (const Row &row : rows) {
         if (!matches(options.glob, row.setting))
             continue;
         const Address address = addressOf(row.setting);

@@ -55,7 +55,8 @@ ExitStatus locations(const Options &options)
     QJsonArray array{
         stateOf(locationName(ConfigurationManager::CustomConfPersistent), session.customFile()),
         stateOf(locationName(ConfigurationManager::StbappConfDefault), session.defaultsFile())};
-    for (const QString &name : session.storageNames())
+    const QStringList names = session.storageNames();
+    for (const QString &name : names)
         array.append(stateOf(name, session.storageFile(name)));
     const QJsonObject withoutFile[] = {
         {{QStringLiteral("name"), locationName(ConfigurationManager::TemporaryApplicationStorage)},

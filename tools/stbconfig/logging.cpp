@@ -71,7 +71,7 @@ QString misreading(const QString &name, const QString &text)
             return {};
         return isNumber ? QStringLiteral("reads as error") : QStringLiteral("reads as critical");
     case 1:
-        text.toInt(&isNumber);
+        static_cast<void>(text.toInt(&isNumber));
         return isNumber ? QString() : QStringLiteral("is no number and would be skipped");
     case 2:
     case 3: {
@@ -114,7 +114,8 @@ ExitStatus logging(const Options &options)
     session.requireReadableFiles();
     QJsonArray array;
     QVector<QStringList> rows;
-    for (const QString &name : names()) {
+    const QStringList settings = names();
+    for (const QString &name : settings) {
         const Address address{QStringLiteral("Logging"), name};
         const auto answers = provenance::ask(session.manager(), address.group, address.key);
         const auto *from = origin(answers, name);

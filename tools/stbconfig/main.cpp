@@ -220,7 +220,7 @@ int run(int argc, char *argv[])
 
 } // namespace
 
-int main(int argc, char *argv[])
+int main(int argc, char *argv[]) // NOLINT(bugprone-exception-escape): only for want of memory
 {
 #if QT_VERSION_MAJOR < 6
     // A box's shell is often in the C locale, yet names and values are UTF-8. Qt 6 asks no locale.

@@ -110,7 +110,8 @@ bool isSecret(const QString &key)
 
 QString bold(const QString &text)
 {
-    static const bool isColoured = isatty(STDOUT_FILENO) && qEnvironmentVariableIsEmpty("NO_COLOR");
+    static const bool isColoured =
+        isatty(STDOUT_FILENO) != 0 && qEnvironmentVariableIsEmpty("NO_COLOR");
     return isColoured ? QLatin1String("\033[1;32m") + text + QLatin1String("\033[0m") : text;
 }
 

@@ -19,6 +19,6 @@ struct RawLine
 };
 
 /// The lines of the file; none if it cannot be read.
-QVector<RawLine> readLines(const QString &file);
+QVector<RawLine> readLines(const QString &path);
 
 #endif

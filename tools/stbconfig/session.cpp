@@ -39,7 +39,8 @@ void readVariables(const QString &path, const QByteArray &text, char separator)
 {
     clearVariables();
     int number = 0;
-    for (const QByteArray &line : text.split(separator)) {
+    const QList<QByteArray> lines = text.split(separator);
+    for (const QByteArray &line : lines) {
         ++number;
         if (line.isEmpty() || (separator == '\n' && line.startsWith('#')))
             continue;
@@ -150,9 +151,10 @@ QStringList Session::knownSettings() const
 QStringList Session::settings() const
 {
     QStringList held;
-    for (const QString &setting : knownSettings()) {
+    const QStringList known = knownSettings();
+    for (const QString &setting : known) {
         const Address address = addressOf(setting);
-        if (provenance::winner(provenance::ask(*m_manager, address.group, address.key)))
+        if (provenance::winner(provenance::ask(*m_manager, address.group, address.key)) != nullptr)
             held.append(setting);
     }
     return held;
@@ -211,7 +213,8 @@ void requireReadable(const QString &file, const stbconfig::IReadableBackend &sto
     storage.allKeys();
     if (!storage.isValid()) {
         QStringList numbers;
-        for (const RawLine &line : readLines(file)) {
+        const QVector<RawLine> lines = readLines(file);
+        for (const RawLine &line : lines) {
             if (line.kind == RawLine::Malformed)
                 numbers.append(QString::number(line.number));
         }

@@ -29,7 +29,8 @@ QVector<Address> chosen(const Session &session, const stbconfig::IReadableBacken
                         const Options &options)
 {
     QVector<Address> addresses;
-    for (const QString &setting : storage.allKeys()) {
+    const QStringList settings = storage.allKeys();
+    for (const QString &setting : settings) {
         const Address address = addressOf(setting);
         const bool isChosen = options.redundant ? isRedundant(session, address)
             : options.group ? setting.startsWith(*options.group + QLatin1Char('/'))
@@ -82,8 +83,10 @@ ExitStatus unset(const Options &options)
         options,
         [&addresses, &options](stbconfig::IStorableBackend &storage) {
             // As a whole, because Qt cannot address every key that a file written by hand can hold.
-            if (options.group)
-                return storage.remove(*options.group, QString());
+            if (options.group) {
+                storage.remove(*options.group, QString());
+                return;
+            }
             for (const Address &address : qAsConst(addresses))
                 storage.remove(address.group, address.key);
         },

@@ -11,10 +11,12 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QList>
 #include <QtCore/QLockFile>
 #include <QtCore/QStorageInfo>
 #include <QtCore/QSysInfo>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
@@ -37,12 +39,11 @@ bool isMountPoint(const QString &path)
     QFile mounts(QStringLiteral("/proc/self/mountinfo"));
     if (!mounts.open(QIODevice::ReadOnly))
         return false;
-    for (const QByteArray &mount : mounts.readAll().split('\n')) {
+    const QList<QByteArray> lines = mounts.readAll().split('\n');
+    return std::any_of(lines.cbegin(), lines.cend(), [&path](const QByteArray &line) {
         // The kernel writes a blank in a path as an octal escape.
-        if (mount.split(' ').value(4).replace("\\040", " ") == QFile::encodeName(path))
-            return true;
-    }
-    return false;
+        return line.split(' ').value(4).replace("\\040", " ") == QFile::encodeName(path);
+    });
 }
 
 // The directory that is to be written, or the one in which it would be made.
@@ -248,7 +249,8 @@ ExitStatus readBack(const Options &options)
     if (!storage)
         storage = session.readable(ConfigurationManager::CustomConfPersistent);
     QJsonArray values;
-    for (const QJsonValue setting : QJsonDocument::fromJson(input.readAll()).array()) {
+    const QJsonArray settings = QJsonDocument::fromJson(input.readAll()).array();
+    for (const QJsonValue &setting : settings) {
         const QString group = setting.toArray().at(0).toString();
         const QString key = setting.toArray().at(1).toString();
         values.append(storage->contains(group, key) ? onDisk(storage->value(group, key))
