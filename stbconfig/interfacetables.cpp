@@ -19,8 +19,8 @@ struct Witness
     Witness() { asm volatile("" ::: "memory"); }
 };
 
-// Never instantiated, hence abstract. "used" keeps the constructor although nobody calls it; a
-// defaulted one it does not keep.
+// Never instantiated, hence abstract. "used" keeps the constructor although nobody calls it; clang 14
+// crashes if that is defaulted.
 template <typename Interface>
 struct Anchor : Interface, Witness
 {
