@@ -4,9 +4,9 @@
 #ifndef STBCONFIG_MAKESHARED_P_H
 #define STBCONFIG_MAKESHARED_P_H
 
-#include <QtCore/QScopedPointer>
 #include <QtCore/QSharedPointer>
 
+#include <memory>
 #include <utility>
 
 namespace stbconfig {
@@ -17,9 +17,9 @@ namespace stbconfig {
 template <typename T, typename... Arguments>
 QSharedPointer<T> makeShared(Arguments &&...arguments)
 {
-    QScopedPointer<T> object(new T(std::forward<Arguments>(arguments)...));
-    QSharedPointer<T> shared(object.data());
-    object.take();
+    auto object = std::make_unique<T>(std::forward<Arguments>(arguments)...);
+    QSharedPointer<T> shared(object.get());
+    object.release();
     return shared;
 }
 

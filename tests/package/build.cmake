@@ -1,6 +1,14 @@
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
 
+# What is built for Qt 6 lies beside what is built for Qt 5, which is the reference.
+set(PACKAGE_FOR_QT5 stbconfig)
+set(PACKAGE_FOR_QT6 stbconfig-qt6)
+set(QT_MAJORS 5)
+if(QT_MAJOR EQUAL 6)
+  list(APPEND QT_MAJORS 6)
+endif()
+
 # Configures and builds the project in <source> under <name> in the work folder, from nothing.
 function(build name source)
   file(REMOVE_RECURSE "${WORK_DIR}/${name}")

@@ -3,5 +3,8 @@
 
 include("${CMAKE_CURRENT_LIST_DIR}/build.cmake")
 
-build(consumer "${SOURCE_DIR}/tests/consumer" "-DCMAKE_PREFIX_PATH=${WORK_DIR}/installed")
-run_built("${WORK_DIR}/consumer/consumer" "${WORK_DIR}/consumer/")
+foreach(major IN LISTS QT_MAJORS)
+  build(consumer "${SOURCE_DIR}/tests/consumer" "-DCMAKE_PREFIX_PATH=${WORK_DIR}/installed"
+    "-DSTBCONFIG_PACKAGE=${PACKAGE_FOR_QT${major}}")
+  run_built("${WORK_DIR}/consumer/consumer" "${WORK_DIR}/consumer/")
+endforeach()

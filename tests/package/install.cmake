@@ -3,11 +3,12 @@
 
 include("${CMAKE_CURRENT_LIST_DIR}/build.cmake")
 
-build(release "${SOURCE_DIR}" -DBUILD_TESTING=OFF -DSTBCONFIG_BUILD_EXAMPLES=OFF
-  -DSTBCONFIG_BUILD_TOOLS=OFF
-  -DCMAKE_INSTALL_LIBDIR=lib)
 file(REMOVE_RECURSE "${WORK_DIR}/first" "${WORK_DIR}/installed")
-run("${CMAKE_COMMAND}" --install "${WORK_DIR}/release" --prefix "${WORK_DIR}/first")
+foreach(major IN LISTS QT_MAJORS)
+  build(release-qt${major} "${SOURCE_DIR}" -DBUILD_TESTING=OFF -DSTBCONFIG_BUILD_EXAMPLES=OFF
+    -DSTBCONFIG_BUILD_TOOLS=OFF -DCMAKE_INSTALL_LIBDIR=lib "-DSTBCONFIG_QT_MAJOR=${major}")
+  run("${CMAKE_COMMAND}" --install "${WORK_DIR}/release-qt${major}" --prefix "${WORK_DIR}/first")
+endforeach()
 # Whoever uses the package finds it where it was not installed.
 file(RENAME "${WORK_DIR}/first" "${WORK_DIR}/installed")
 

@@ -3,10 +3,10 @@
 
 # Another major version means another binary interface.
 foreach(request IN ITEMS 0.9 2.0)
-  find_package(stbconfig ${request} QUIET CONFIG PATHS "${WORK_DIR}/installed" NO_DEFAULT_PATH)
-  if(stbconfig_FOUND)
+  find_package(${NAME} ${request} QUIET CONFIG PATHS "${WORK_DIR}/installed" NO_DEFAULT_PATH)
+  if(${NAME}_FOUND)
     message(SEND_ERROR "a request for ${request} is granted")
-  elseif(NOT stbconfig_CONSIDERED_VERSIONS)
+  elseif(NOT ${NAME}_CONSIDERED_VERSIONS)
     message(SEND_ERROR "no package in ${WORK_DIR}/installed")
   endif()
 endforeach()

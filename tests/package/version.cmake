@@ -21,17 +21,16 @@ expect_first_match(debian/changelog "stbconfig \\(([^)]+)\\)")
 expect_first_match(CHANGELOG.md "## ([0-9.]+)")
 
 string(REGEX MATCH "^[0-9]+" major "${VERSION}")
-set(library "${WORK_DIR}/installed/lib/libstbconfig.so")
-file(READ_SYMLINK "${library}" target)
-expect_version("${library}" "${target}" "libstbconfig.so.${major}")
-file(READ_SYMLINK "${library}.${major}" target)
-expect_version("${library}.${major}" "${target}" "libstbconfig.so.${VERSION}")
+file(READ_SYMLINK "${LIBRARY}" target)
+expect_version("${LIBRARY}" "${target}" "lib${NAME}.so.${major}")
+file(READ_SYMLINK "${LIBRARY}.${major}" target)
+expect_version("${LIBRARY}.${major}" "${target}" "lib${NAME}.so.${VERSION}")
 
 set(ENV{PKG_CONFIG_PATH}
   "${WORK_DIR}/installed/lib/pkgconfig:/usr/lib/${ARCHITECTURE}/pkgconfig")
-execute_process(COMMAND "${PKG_CONFIG}" --modversion stbconfig
+execute_process(COMMAND "${PKG_CONFIG}" --modversion "${NAME}"
   OUTPUT_VARIABLE modversion OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 expect_version("pkg-config" "${modversion}" "${VERSION}")
 
-find_package(stbconfig QUIET CONFIG PATHS "${WORK_DIR}/installed" NO_DEFAULT_PATH)
-expect_version("CMake's package" "${stbconfig_VERSION}" "${VERSION}")
+find_package(${NAME} QUIET CONFIG PATHS "${WORK_DIR}/installed" NO_DEFAULT_PATH)
+expect_version("CMake's package" "${${NAME}_VERSION}" "${VERSION}")
