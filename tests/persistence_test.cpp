@@ -3,7 +3,9 @@
 
 #include "support/settingsfixture.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QDateTime>
+#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QPoint>
 #include <QtCore/QSize>
@@ -11,6 +13,7 @@
 #include <limits>
 
 using namespace stbconfig;
+using ::testing::ElementsAre;
 
 // Settings are written through one manager and read through another. Qt remembers, within one
 // process, what it wrote to a path and read from it, so the file goes to a new path in between.
@@ -157,4 +160,44 @@ TEST_F(Persistence, ASecondManagerSeesAChangeBeforeItIsWritten)
     customStorage()->setValue("Video", "output", "scart");
 
     EXPECT_THAT(second.value("Video", "output", {}), IsText("scart"));
+}
+
+TEST_F(Persistence, AWriteReplacesTheFileAsAWhole)
+{
+    writeCustomFile("[Video]\noutput=hdmi\n");
+    QFile before(customFile());
+    ASSERT_TRUE(before.open(QIODevice::ReadOnly));
+    customStorage()->setValue("Video", "output", "scart");
+    restart();
+
+    EXPECT_EQ(before.readAll(), "[Video]\noutput=hdmi\n");
+    EXPECT_EQ(contentOf(customFile()), "[Video]\noutput=scart\n");
+    EXPECT_THAT(QDir(persistentPrefix()).entryList(QDir::Files | QDir::Hidden),
+                ElementsAre("custom.conf"));
+}
+
+TEST_F(Persistence, KeepsWhatOthersWroteMeanwhile)
+{
+    writeCustomFile("[Video]\noutput=hdmi\nrate=50\n");
+    customStorage()->setValue("Video", "output", "scart");
+    writeCustomFile("[Video]\noutput=vga\nrate=60\n[Audio]\nvolume=7\n");
+    restart();
+
+    EXPECT_EQ(contentOf(customFile()), "[Audio]\nvolume=7\n\n[Video]\noutput=scart\nrate=60\n");
+}
+
+TEST_F(Persistence, SeesWhatOthersWroteWhenItWritesItself)
+{
+    int argc = 0;
+    const QCoreApplication application(argc, nullptr);
+    writeCustomFile("[Video]\nrate=50\n");
+    EXPECT_THAT(valueOf("Video", "rate"), IsText("50"));
+
+    writeCustomFile("[Video]\nrate=60.0\n");
+    QCoreApplication::processEvents();
+    EXPECT_THAT(valueOf("Video", "rate"), IsText("50"));
+
+    customStorage()->setValue("Video", "output", "scart");
+    QCoreApplication::processEvents();
+    EXPECT_THAT(valueOf("Video", "rate"), IsText("60.0"));
 }
