@@ -8,7 +8,14 @@
 
 /**
  * @file
- * Marks what the library exports. Only the library's own build defines STBCONFIG_LIBRARY.
+ * The mark of what the library exports.
+ */
+
+/**
+ * @def STBCONFIG_EXPORT
+ * Marks a class that the library exports. For the library's own build, which alone defines
+ * STBCONFIG_LIBRARY, it makes the class visible outside; for an application it means that the class
+ * is found in the library. An application never uses it itself.
  */
 
 #ifdef STBCONFIG_LIBRARY

@@ -34,3 +34,7 @@ expect_version("pkg-config" "${modversion}" "${VERSION}")
 
 find_package(${NAME} QUIET CONFIG PATHS "${WORK_DIR}/installed" NO_DEFAULT_PATH)
 expect_version("CMake's package" "${${NAME}_VERSION}" "${VERSION}")
+
+file(STRINGS "${WORK_DIR}/release-qt5/docs/Doxyfile" number REGEX "^PROJECT_NUMBER ")
+string(REGEX REPLACE "^.*= *" "" number "${number}")
+expect_version("Doxyfile" "${number}" "${VERSION}")
