@@ -25,8 +25,13 @@ namespace stbconfig {
  *
  * In an INI file the pair becomes group + "/" + key. A leading or trailing "/" is ignored and every
  * other one separates groups: an empty group addresses an entry of the section [General], and a key
- * that contains "/" an entry of a deeper group. In the environment nothing but the case changes:
+ * that contains "/" an entry of a deeper group. So ("Video", "") is the same entry as ("", "Video"),
+ * but see IStorableBackend::remove(). In the environment nothing but the case changes:
  * ("Logging", "responseLengthLimit") is STBAPP_LOGGING_RESPONSELENGTHLIMIT.
+ *
+ * The environment is the copy that the manager made at its construction. A file is opened when the
+ * manager makes the storage; what another process changes in it afterwards is seen only once this
+ * process writes the file itself, or opens it anew.
  *
  * The application obtains a storage from a ConfigurationManager, which owns it: never delete it,
  * never use it after the manager is gone.
@@ -41,6 +46,7 @@ namespace stbconfig {
 class STBCONFIG_EXPORT IReadableBackend
 {
 public:
+    /// For the manager alone, which owns every storage.
     virtual ~IReadableBackend() = default;
 
     /**
@@ -62,7 +68,7 @@ public:
 
     /**
      * Tells whether the storage holds a value for the pair. An empty value is a value, and so is
-     * an invalid QVariant that was stored in memory.
+     * an invalid QVariant that was stored, and a variable that is set but empty.
      *
      * @param group  the first half of the address; may be empty
      * @param key    the second half of the address; may be empty
@@ -93,7 +99,7 @@ public:
      *
      * A file lists group + "/" + key, and entries without a group by their bare key. Memory lists
      * group + "/" + key, ordered by group and then by key. The environment lists the name of every
-     * variable of the process, also those that are no settings.
+     * variable of the process, also those that are no settings. Only memory's order is promised.
      *
      * A text need not split back into the pair it came from: names may contain "/", and a group
      * in memory that contains a place marker ("%1") receives the key there.

@@ -112,6 +112,7 @@ public:
 
     /**
      * Returns the constructor's first argument, unchanged: nothing is added, normalised or checked.
+     * Callable from any thread.
      *
      * @return the prefix of the writable files
      */
@@ -170,8 +171,8 @@ public:
      * nothing is cached. Qt, however, remembers every variable name that it was ever asked for,
      * some 200 bytes each: do not ask for an unbounded number of settings.
      *
-     * @param group         the first half of the setting's address
-     * @param key           the second half of the setting's address
+     * @param group         the first half of the setting's address; may be empty
+     * @param key           the second half of the setting's address; may be empty
      * @param defaultValue  the result if no location holds the setting
      * @return the setting's value, or @p defaultValue
      */
@@ -219,8 +220,9 @@ public:
      * persistent prefix, the name and ".db".
      *
      * The first call for a name creates the storage, with the error handler current at that
-     * moment; every later call returns the same one. The storage named "ravel" exists from the
-     * start. Independent storages take no part in value().
+     * moment; every later call returns the same one. The thread of that first call is the one
+     * whose event loop writes changes back, see IStorableBackend. The storage named "ravel" exists
+     * from the start. Independent storages take no part in value().
      *
      * Never null, and nothing is reported: a path that cannot be read or written shows when the
      * storage is used.

@@ -33,6 +33,7 @@ namespace stbconfig {
 class STBCONFIG_EXPORT IErrorHandler
 {
 public:
+    /// For the application alone: no earlier than the last manager that was given the handler.
     virtual ~IErrorHandler() = default;
 
     /**
@@ -42,7 +43,9 @@ public:
      * may overlap. The manager may be locked at that moment, and its lock is not recursive: an
      * implementation must not call ConfigurationManager::value(), defaultLocale() or any of the
      * storage accessors of the same manager, or the thread blocks for ever. Log the text, or keep
-     * it for later.
+     * it for later. An exception that it throws passes through to the caller of that operation.
+     *
+     * Not called while a manager is made or destroyed.
      *
      * @param message  one line for a person, without a line break of the library's own; valid
      *                 during the call, copy it to keep it
