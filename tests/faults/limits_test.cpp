@@ -1,0 +1,325 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+// What the process may not have: permission, file descriptors, or large files.
+
+#include "support.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+
+#include <unistd.h>
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class PermissionFaults : public FaultsFixture
+{
+protected:
+    void SetUp() override
+    {
+        FaultsFixture::SetUp();
+        if (geteuid() != 0)
+            GTEST_SKIP() << "cannot become another user; run as root";
+    }
+
+    struct stat status() const
+    {
+        struct stat result = {};
+        EXPECT_EQ(stat(QFile::encodeName(customFile()).constData(), &result), 0);
+        return result;
+    }
+
+    const QByteArray before = "[Audio]\nvolume=7\n";
+};
+
+TEST_F(PermissionFaults, ADirectoryThatIsNotWritableLosesTheChangeInSilence)
+{
+    writeCustomFile(before);
+    changeMode("data/custom.conf", 0666);
+    Application application;
+    application.ask({"become ordinary user"});
+    openAndChange(application);
+
+    EXPECT_THAT(application.reports(), IsEmpty());
+    EXPECT_FALSE(application.isValid());
+    EXPECT_EQ(application.value("Video", "output"), "scart");
+    application.exit();
+    EXPECT_EQ(contentOf(customFile()), before);
+}
+
+TEST_F(PermissionFaults, ANewFileInADirectoryThatIsNotWritableIsReported)
+{
+    Application application;
+    application.ask({"become ordinary user"});
+    openAndChange(application);
+
+    EXPECT_THAT(application.reports(), ElementsAre(refusal()));
+    EXPECT_THAT(application.value("Video", "output"), IsNothing());
+    EXPECT_TRUE(application.isValid());
+    application.exit();
+    EXPECT_FALSE(QFile::exists(customFile()));
+}
+
+TEST_F(PermissionFaults, AFileThatIsNotWritableIsReportedAlthoughItCouldBeReplaced)
+{
+    writeCustomFile(before);
+    changeMode("data", 0777);
+    Application application;
+    application.ask({"become ordinary user"});
+    openAndChange(application);
+    application.ask({"remove", "Audio", "volume"});
+
+    EXPECT_THAT(application.reports(), ElementsAre(refusal(), refusal()));
+    EXPECT_EQ(application.value("Audio", "volume"), "7");
+    EXPECT_TRUE(application.isValid());
+    application.exit();
+    EXPECT_EQ(contentOf(customFile()), before);
+}
+
+TEST_F(PermissionFaults, AFileThatIsNotReadableIsInvalidAndEmpty)
+{
+    writeCustomFile(before);
+    changeMode("data", 0777);
+    changeMode("data/custom.conf", 0200);
+    Application application;
+    application.ask({"become ordinary user"});
+    openAndChange(application);
+
+    EXPECT_THAT(application.value("Audio", "volume"), IsNothing());
+    EXPECT_FALSE(application.isValid());
+    EXPECT_THAT(application.reports(), ElementsAre(refusal()));
+    EXPECT_EQ(application.ask({"merged", "Video", "output"}), "hdmi");
+    application.exit();
+    EXPECT_EQ(contentOf(customFile()), before);
+}
+
+TEST_F(PermissionFaults, AMissingDirectoryThatCannotBeMadeIsReported)
+{
+    ASSERT_TRUE(QDir().rmdir(dataDirectory()));
+    Application application;
+    application.ask({"become ordinary user"});
+    openAndChange(application);
+
+    EXPECT_THAT(application.reports(), ElementsAre(refusal()));
+    EXPECT_TRUE(application.isValid());
+    application.exit();
+    EXPECT_FALSE(QFile::exists(dataDirectory()));
+}
+
+TEST_F(PermissionFaults, AReplacedFileKeepsItsModeAndBelongsToItsWriter)
+{
+    writeCustomFile(before);
+    changeMode("data", 0777);
+    changeMode("data/custom.conf", 0646);
+    const ino_t inode = status().st_ino;
+    Application application;
+    application.ask({"become ordinary user"});
+    application.ask({"umask", "077"});
+    openAndChange(application);
+
+    EXPECT_NE(status().st_ino, inode);
+    EXPECT_EQ(status().st_mode & 07777, 0646U);
+    EXPECT_EQ(status().st_uid, 65534U);
+}
+
+TEST_F(PermissionFaults, ANewFileHasTheModeThatTheUmaskLeaves)
+{
+    Application application;
+    application.ask({"umask", "027"});
+    openAndChange(application);
+
+    EXPECT_EQ(status().st_mode & 07777, 0640U);
+}
+
+class DirectoryFaults : public FaultsFixture
+{
+};
+
+TEST_F(DirectoryFaults, AMissingDirectoryIsMadeWithTheFirstChange)
+{
+    ASSERT_TRUE(QDir().rmdir(dataDirectory()));
+    Application application;
+    open(application);
+    EXPECT_FALSE(QFile::exists(dataDirectory()));
+    application.set("Video", "output", "scart");
+    application.turnEventLoop();
+
+    EXPECT_THAT(application.reports(), IsEmpty());
+    EXPECT_TRUE(application.isValid());
+    EXPECT_EQ(contentOf(customFile()), "[Video]\noutput=scart\n");
+}
+
+TEST_F(DirectoryFaults, ADirectoryThatVanishesBeforeTheWriteBackIsMadeAgain)
+{
+    Application application;
+    open(application);
+    application.set("Video", "output", "scart");
+    ASSERT_TRUE(QDir(dataDirectory()).removeRecursively());
+    application.turnEventLoop();
+
+    EXPECT_TRUE(application.isValid());
+    EXPECT_EQ(contentOf(customFile()), "[Video]\noutput=scart\n");
+}
+
+TEST_F(DirectoryFaults, ADirectoryInTheFilesPlaceIsInvalidAndReported)
+{
+    ASSERT_TRUE(QDir().mkpath(customFile()));
+    Application application;
+    openAndChange(application);
+
+    EXPECT_THAT(application.reports(), ElementsAre(refusal()));
+    EXPECT_FALSE(application.isValid());
+    EXPECT_THAT(application.value("Video", "output"), IsNothing());
+    EXPECT_EQ(application.ask({"merged", "Video", "output"}), "hdmi");
+    application.exit();
+    EXPECT_TRUE(QDir(customFile()).isEmpty());
+}
+
+class LinkFaults : public FaultsFixture
+{
+protected:
+    void link(const char *target) const
+    {
+        ASSERT_EQ(symlink(target, QFile::encodeName(customFile()).constData()), 0);
+    }
+
+    bool isLink() const { return QFileInfo(customFile()).isSymLink(); }
+};
+
+TEST_F(LinkFaults, ASymbolicLinkStaysAndItsTargetIsReplaced)
+{
+    scratch.write("target/real.conf", "[Audio]\nvolume=7\n");
+    link("../target/real.conf");
+    Application application;
+    openAndChange(application);
+
+    EXPECT_TRUE(isLink());
+    EXPECT_EQ(contentOf(scratch.path("target/real.conf")),
+              "[Audio]\nvolume=7\n\n[Video]\noutput=scart\n");
+    EXPECT_TRUE(application.isValid());
+    EXPECT_THAT(QDir(scratch.path("target")).entryList(QDir::Files), ElementsAre("real.conf"));
+}
+
+TEST_F(LinkFaults, TheTargetOfADanglingLinkIsMade)
+{
+    link("../real.conf");
+    Application application;
+    openAndChange(application);
+
+    EXPECT_TRUE(isLink());
+    EXPECT_EQ(contentOf(scratch.path("real.conf")), "[Video]\noutput=scart\n");
+    EXPECT_TRUE(application.isValid());
+}
+
+TEST_F(LinkFaults, ALinkIntoAMissingDirectoryLosesTheChangeInSilence)
+{
+    link("../missing/real.conf");
+    Application application;
+    openAndChange(application);
+
+    EXPECT_TRUE(isLink());
+    EXPECT_THAT(application.reports(), IsEmpty());
+    EXPECT_FALSE(application.isValid());
+    application.exit();
+    EXPECT_FALSE(QFile::exists(scratch.path("missing")));
+}
+
+TEST_F(LinkFaults, ALoopingLinkIsReplacedByAFile)
+{
+    link("custom.conf");
+    Application application;
+    openAndChange(application);
+
+    EXPECT_FALSE(isLink());
+    EXPECT_EQ(contentOf(customFile()), "[Video]\noutput=scart\n");
+    EXPECT_THAT(application.reports(), IsEmpty());
+    EXPECT_TRUE(application.isValid());
+}
+
+class LimitFaults : public FaultsFixture
+{
+protected:
+    const QByteArray before = "[Audio]\nvolume=7\n";
+};
+
+TEST_F(LimitFaults, AFileSizeLimitCutsTheEndOfTheFileAndTellsNobody)
+{
+    const QByteArray content = "[Audio]\nname=" + QByteArray(1000, 'x') + '\n';
+    writeCustomFile(content);
+    Application application;
+    application.ask({"limit file size", "200"}); // enough for the lock
+    openAndChange(application);
+
+    EXPECT_THAT(application.reports(), IsEmpty());
+    EXPECT_TRUE(application.isValid());
+    application.exit();
+    EXPECT_EQ(contentOf(customFile()), content.left(200));
+}
+
+TEST_F(LimitFaults, AFileSizeLimitThatHoldsNoLockLosesTheChangeInSilence)
+{
+    writeCustomFile(before);
+    Application application;
+    application.ask({"limit file size", "10"});
+    openAndChange(application);
+
+    EXPECT_THAT(application.reports(), IsEmpty());
+    EXPECT_FALSE(application.isValid());
+    application.exit();
+    EXPECT_EQ(contentOf(customFile()), before);
+}
+
+TEST_F(LimitFaults, WithoutFreeDescriptorsAChangeIsReported)
+{
+    writeCustomFile(before);
+    Application application;
+    open(application);
+    ASSERT_TRUE(application.ask({"use up descriptors"}).toBool());
+    application.set("Video", "output", "scart");
+
+    EXPECT_THAT(application.reports(), ElementsAre(refusal()));
+    EXPECT_EQ(application.value("Audio", "volume"), "7");
+    EXPECT_TRUE(application.isValid());
+    application.ask({"free descriptors"});
+    application.set("Video", "rate", "50");
+    application.exit();
+    EXPECT_EQ(contentOf(customFile()), before + "\n[Video]\nrate=50\n");
+}
+
+TEST_F(LimitFaults, DescriptorsThatRunOutBeforeTheWriteBackLoseTheChangeInSilence)
+{
+    writeCustomFile(before);
+    Application application;
+    open(application);
+    application.set("Video", "output", "scart");
+    ASSERT_TRUE(application.ask({"use up descriptors"}).toBool());
+    application.turnEventLoop();
+
+    EXPECT_THAT(application.reports(), IsEmpty());
+    EXPECT_FALSE(application.isValid());
+    EXPECT_EQ(contentOf(customFile()), before);
+    application.ask({"free descriptors"});
+    application.set("Video", "rate", "50");
+    application.exit();
+    EXPECT_EQ(contentOf(customFile()), before + "\n[Video]\noutput=scart\nrate=50\n");
+}
+
+TEST_F(LimitFaults, AManagerMadeWithoutFreeDescriptorsReadsNothingUntilItWrites)
+{
+    writeCustomFile(before);
+    Application application;
+    ASSERT_TRUE(application.ask({"use up descriptors"}).toBool());
+    open(application);
+    EXPECT_THAT(application.value("Audio", "volume"), IsNothing());
+    EXPECT_EQ(application.ask({"merged", "Video", "output"}), "default");
+    EXPECT_FALSE(application.isValid());
+    application.ask({"free descriptors"});
+    EXPECT_THAT(application.value("Audio", "volume"), IsNothing());
+
+    application.set("Video", "output", "scart");
+    application.turnEventLoop();
+
+    EXPECT_EQ(application.value("Audio", "volume"), "7");
+    EXPECT_EQ(contentOf(customFile()), before + "\n[Video]\noutput=scart\n");
+}

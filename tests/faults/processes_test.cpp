@@ -1,0 +1,252 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+// Processes that are killed while they write, that leave a lock behind, or that write one file.
+
+#include "support.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QFile>
+#include <QtCore/QSet>
+#include <QtCore/QSysInfo>
+
+#include <random>
+#include <thread>
+
+#include <unistd.h>
+
+using ::testing::IsEmpty;
+
+class KillFaults : public FaultsFixture
+{
+protected:
+    static constexpr int entries = 2000;
+
+    // The entries of one write are all alike, and there are all of them; none before the first.
+    bool isWhole() const
+    {
+        if (!QFile::exists(customFile()))
+            return true;
+        const QByteArray content = contentOf(customFile());
+        QSet<QByteArray> values;
+        int count = 0;
+        for (const QByteArray &line : content.split('\n')) {
+            if (!line.startsWith('k'))
+                continue;
+            values.insert(line.mid(line.indexOf('=')));
+            ++count;
+        }
+        return count == entries && values.size() == 1 && content.endsWith('\n');
+    }
+};
+
+TEST_F(KillFaults, AKilledWriterLeavesTheOldFileOrTheNewOneAndHoldsUpNobody)
+{
+    const int rounds = isLongForm() ? 1000 : 50;
+    std::minstd_rand random{std::random_device()()};
+    int locks = 0;
+    int emptyLocks = 0;
+    int copies = 0;
+    for (int round = 0; round < rounds; ++round) {
+        Application application;
+        open(application);
+        // The successor of the one killed before would wait 30 seconds for a lock that holds.
+        const QDateTime start = QDateTime::currentDateTimeUtc();
+        application.ask({"set many", "Torn", QString::number(entries), "successor"});
+        application.turnEventLoop();
+        ASSERT_LT(start.secsTo(QDateTime::currentDateTimeUtc()), 25);
+        ASSERT_TRUE(application.isValid());
+        application.tell({"write for ever", QString::number(entries)});
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 40000));
+        application.kill();
+
+        ASSERT_TRUE(isWhole()) << contentOf(customFile()).toStdString();
+        for (const QString &name : leftOvers()) {
+            const QString path = dataDirectory() + '/' + name;
+            if (name != "custom.conf.lock") {
+                ++copies;
+                QFile::remove(path);
+            } else if (QFileInfo(path).size() > 0) {
+                ++locks;
+            } else { // killed before it wrote its name into the lock, which holds like any empty one
+                ++emptyLocks;
+                QFile::remove(path);
+            }
+        }
+    }
+    std::cout << rounds << " writers killed, left over: " << locks << " locks, " << emptyLocks
+              << " empty locks, " << copies << " copies of the file\n";
+    if (isLongForm()) {
+        EXPECT_GT(locks, 0) << "nobody was killed while writing";
+    }
+}
+
+class LockFaults : public FaultsFixture
+{
+protected:
+    QString lock() const { return customFile() + ".lock"; }
+
+    // Leaves a lock behind that was last changed so many seconds ago.
+    void leaveLock(const QByteArray &content, int age) const
+    {
+        QFile file(scratch.write("data/custom.conf.lock", content));
+        ASSERT_TRUE(file.open(QFile::ReadWrite));
+        ASSERT_TRUE(file.setFileTime(QDateTime::currentDateTimeUtc().addSecs(-age),
+                                     QFileDevice::FileModificationTime));
+    }
+
+    static QByteArray lockOf(qint64 process, const QByteArray &name, const QByteArray &boot)
+    {
+        return QByteArray::number(process) + '\n' + name + '\n'
+            + QSysInfo::machineHostName().toLocal8Bit() + '\n' + QSysInfo::machineUniqueId() + '\n'
+            + boot + '\n';
+    }
+
+    // Whether a write is done in that time. One that waits longer is let off by the lock's removal.
+    bool writesWithin(int seconds)
+    {
+        Application application;
+        open(application);
+        application.set("Video", "output", "scart");
+        application.tell({"turn"});
+        for (int tenth = 0; tenth < 10 * seconds && !QFile::exists(customFile()); ++tenth)
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        const bool done = QFile::exists(customFile());
+        if (!done)
+            QFile::remove(lock());
+        application.answer();
+        EXPECT_TRUE(application.isValid());
+        application.exit();
+        EXPECT_EQ(contentOf(customFile()), "[Video]\noutput=scart\n");
+        EXPECT_THAT(leftOvers(), IsEmpty());
+        return done;
+    }
+
+    // Long enough to see that a write waits, and too short for one that waits to end.
+    static constexpr int aMoment = 1;
+    static constexpr int ratherLong = 20;
+};
+
+TEST_F(LockFaults, AnEmptyLockHoldsAWrite)
+{
+    leaveLock("", 0);
+
+    EXPECT_FALSE(writesWithin(aMoment));
+}
+
+TEST_F(LockFaults, AnEmptyLockHoldsNoWriteOnceItIs30SecondsOld)
+{
+    leaveLock("", 31);
+
+    EXPECT_TRUE(writesWithin(ratherLong));
+}
+
+TEST_F(LockFaults, AnEmptyLockFromTheFutureHoldsNoWrite)
+{
+    leaveLock("", -3600);
+
+    EXPECT_TRUE(writesWithin(ratherLong));
+}
+
+TEST_F(LockFaults, AnEmptyLockHoldsAWriteForHalfAMinute)
+{
+    if (!isLongForm())
+        GTEST_SKIP() << "takes half a minute; run with STBCONFIG_FAULTS_LONG=1";
+    leaveLock("", 0);
+    Application application;
+    const QDateTime start = QDateTime::currentDateTimeUtc();
+    openAndChange(application);
+    const qint64 waited = start.secsTo(QDateTime::currentDateTimeUtc());
+
+    EXPECT_GE(waited, 29);
+    std::cout << "waited " << waited << " seconds\n";
+    EXPECT_EQ(contentOf(customFile()), "[Video]\noutput=scart\n");
+}
+
+TEST_F(LockFaults, TheLockOfADeadProcessHoldsNoWrite)
+{
+    leaveLock(lockOf(4194305, "faults_application", QSysInfo::bootUniqueId()), 0);
+
+    EXPECT_TRUE(writesWithin(ratherLong));
+}
+
+TEST_F(LockFaults, TheLockOfAnEarlierBootHoldsNoWrite)
+{
+    leaveLock(lockOf(getpid(), "stbconfig_faults_test", "another boot"), 0);
+
+    EXPECT_TRUE(writesWithin(ratherLong));
+}
+
+TEST_F(LockFaults, TheLockOfALivingProcessHoldsAWrite)
+{
+    leaveLock(lockOf(getpid(), "stbconfig_faults_test", QSysInfo::bootUniqueId()), 0);
+
+    EXPECT_FALSE(writesWithin(aMoment));
+}
+
+class ProcessFaults : public FaultsFixture
+{
+};
+
+TEST_F(ProcessFaults, TwoThatWriteDifferentEntriesLoseNone)
+{
+    const int changes = isLongForm() ? 200 : 20;
+    Application first;
+    Application second;
+    open(first);
+    open(second);
+    first.tell({"write many", "First", QString::number(changes)});
+    second.tell({"write many", "Second", QString::number(changes)});
+    EXPECT_TRUE(first.answer().toBool());
+    EXPECT_TRUE(second.answer().toBool());
+
+    Application fresh;
+    open(fresh);
+    EXPECT_EQ(fresh.ask({"keys"}), 2 * changes);
+    EXPECT_TRUE(first.isValid());
+    EXPECT_TRUE(second.isValid());
+    EXPECT_THAT(leftOvers(), IsEmpty());
+}
+
+TEST_F(ProcessFaults, TwoThatWriteOneEntryLeaveTheLaterOne)
+{
+    Application first;
+    Application second;
+    open(first);
+    open(second);
+    first.set("Video", "output", "scart");
+    second.set("Video", "output", "vga");
+    second.turnEventLoop();
+    first.turnEventLoop();
+
+    EXPECT_EQ(contentOf(customFile()), "[Video]\noutput=scart\n");
+    EXPECT_EQ(second.value("Video", "output"), "vga");
+}
+
+TEST_F(ProcessFaults, TwoManagersOfOneProcessLoseNoChange)
+{
+    Application application;
+    open(application);
+    application.set("Video", "output", "scart");
+    application.ask({"set beside", persistentPrefix(), defaultPrefix(), "Audio", "volume", "7"});
+
+    EXPECT_EQ(contentOf(customFile()), "[Audio]\nvolume=7\n\n[Video]\noutput=scart\n")
+        << "the second manager is gone, so everything is written";
+    EXPECT_EQ(application.value("Audio", "volume"), "7");
+    application.exit();
+    EXPECT_EQ(contentOf(customFile()), "[Audio]\nvolume=7\n\n[Video]\noutput=scart\n");
+}
+
+TEST_F(ProcessFaults, AFileThatVanishesIsMadeAgainWithTheChangesAlone)
+{
+    writeCustomFile("[Audio]\nvolume=7\n");
+    Application application;
+    open(application);
+    EXPECT_EQ(application.value("Audio", "volume"), "7");
+    ASSERT_TRUE(QFile::remove(customFile()));
+    application.set("Video", "output", "scart");
+    application.turnEventLoop();
+
+    EXPECT_TRUE(application.isValid());
+    EXPECT_EQ(contentOf(customFile()), "[Video]\noutput=scart\n");
+}
