@@ -18,7 +18,7 @@ function(expect_first_match file expression)
 endfunction()
 
 expect_first_match(debian/changelog "stbconfig \\(([^)]+)\\)")
-expect_first_match(CHANGELOG.md "## ([0-9.]+)")
+expect_first_match(CHANGELOG.md "\n## \\[([^]]+)\\] ")
 
 string(REGEX MATCH "^[0-9]+" major "${VERSION}")
 file(READ_SYMLINK "${LIBRARY}" target)
