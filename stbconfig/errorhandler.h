@@ -20,12 +20,11 @@ namespace stbconfig {
  *
  * These are all the messages; each ends with the text that names what failed:
  *
- * | Message                               | Reported by                                       |
- * |---------------------------------------|---------------------------------------------------|
- * | "invalid dynamic storage " + name     | ConfigurationManager::dynamicStorage()            |
- * | "invalid read-only storage " + name   | ConfigurationManager::readOnlyStorage()           |
- * | "unable to write " + absolute path    | IStorableBackend::setValue() and remove() of a    |
- * |                                       | storage in a file                                 |
+ * | Message                             | Reported by                                        |
+ * |-------------------------------------|----------------------------------------------------|
+ * | "invalid dynamic storage " + name   | ConfigurationManager::dynamicStorage()             |
+ * | "invalid read-only storage " + name | ConfigurationManager::readOnlyStorage()            |
+ * | "unable to write " + absolute path  | IStorableBackend's setValue() and remove(), a file |
  *
  * The name is "CustomConfPersistent", "StbappConfDefault" or "EnvironmentVariables"; any other
  * location, declared or not, is called "internal error: invalid enumerator".

@@ -18,8 +18,7 @@ namespace stbui {
  */
 struct CmdLineArgs
 {
-    qint32 logLevel =
-        -1; ///< 0 ("critical") to 5 ("trace") overrides the stored level; -1: not given
+    qint32 logLevel = -1; ///< 0 ("critical") to 5 ("trace") overrides the stored; -1: not given
     QString startPage; ///< the page to open first; null: not given
     bool fullScreen = false; ///< whether to cover the whole screen
     QString deviceName; ///< the name under which the box presents itself; null: not given
