@@ -88,6 +88,10 @@ public:
      * type. Convert with QVariant::toInt(), toBool() and the like, which work for both: but mind
      * that "no" is true, because every text except "", "0" and "false" is.
      *
+     * A file must be trusted: Qt makes an entry such as "@Variant(...)" a value of the type that it
+     * names as soon as its section is read, and hostile bytes there end the process. What the
+     * environment holds stays text.
+     *
      * @param group  the first half of the address; may be empty
      * @param key    the second half of the address; may be empty
      * @return the stored value, or the storage's empty result
@@ -123,6 +127,8 @@ public:
  *   can be created), is reported to nobody; it only turns isValid() false.
  * - The first change creates the file, and the directories above it that are missing.
  * - Writing back replaces the file: comments are lost and keys come out sorted.
+ * - A new file, or directory, has the permissions that the umask leaves. A replaced file keeps its
+ *   permissions, but belongs to the user whose process has written it.
  *
  * Where an event loop runs in the thread that created the storage, write from that thread alone: a
  * change from another one may be forgotten if it arrives at the moment of writing back.

@@ -228,8 +228,9 @@ public:
      * storage is used.
      *
      * The name goes into the path as it is. It must come from the application itself, never from
-     * outside input: "../x" leaves the directory, and every new name costs memory until the
-     * manager is destroyed. An empty name is allowed and gives the file ".db".
+     * outside input: "../x" leaves the directory, a NUL character loses every change and leaves a
+     * lock file, and every new name costs memory until the manager is destroyed. An empty name is
+     * allowed and gives the file ".db".
      *
      * The manager owns the storage: never delete it, never use it after the manager is gone.
      * Callable from any thread; two threads that ask for the same new name get the same storage.

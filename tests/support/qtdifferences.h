@@ -14,9 +14,12 @@ namespace qtdifferences {
 constexpr bool iniFilesAreUtf8 = false;
 // A map allocates inside Qt's library.
 constexpr bool mapsAllocateInOurs = false;
+// A packed list gets the memory that it claims to need before its elements are read.
+constexpr bool claimedLengthsAreReserved = true;
 #else
 constexpr bool iniFilesAreUtf8 = true;
 constexpr bool mapsAllocateInOurs = true;
+constexpr bool claimedLengthsAreReserved = false;
 #endif
 
 } // namespace qtdifferences

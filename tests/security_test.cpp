@@ -1,0 +1,346 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+// How far a hostile file, storage name or variable reaches; SECURITY.md tells it by these names.
+
+#include "support/environment.h"
+#include "support/qtdifferences.h"
+#include "support/settingsfixture.h"
+
+#include <QtCore/QByteArrayList>
+#include <QtCore/QDataStream>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QUrl>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <new>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define SKIP_IF_SANITIZED() GTEST_SKIP() << "a sanitizer needs more address space than this allows"
+#else
+#define SKIP_IF_SANITIZED() static_cast<void>(0)
+#endif
+
+using namespace stbconfig;
+using ::testing::ElementsAre;
+using ::testing::ExitedWithCode;
+using ::testing::IsEmpty;
+
+namespace {
+
+// What an application may have registered for values of its own.
+struct Command
+{
+    QByteArray text;
+    static int unpacked;
+};
+
+int Command::unpacked = 0;
+
+QDataStream &operator<<(QDataStream &stream, const Command &command)
+{
+    return stream << command.text;
+}
+
+QDataStream &operator>>(QDataStream &stream, Command &command)
+{
+    ++Command::unpacked;
+    return stream >> command.text;
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Command)
+
+class HostileFile : public SettingsFixture
+{
+protected:
+    HostileFile()
+    {
+        rlimit stack{};
+        getrlimit(RLIMIT_STACK, &stack);
+        stack.rlim_cur = std::min(stack.rlim_cur, rlim_t{8} << 20); // whatever the shell allows
+        setrlimit(RLIMIT_STACK, &stack);
+        const rlimit none{0, 0};
+        setrlimit(RLIMIT_CORE, &none); // the processes that are meant to die leave no files behind
+    }
+
+    // Lists of one list each: Qt calls itself once for each of them.
+    static QByteArray nested()
+    {
+        return "@Variant(" + QByteArray("\\0\\0\\0\\x9\\0\\0\\0\\x1").repeated(100000) + ')';
+    }
+
+    // Lists of texts that end where their first element should begin. "DateTime" says, before the
+    // length, whether the value is null.
+    static QByteArrayList claimedLists()
+    {
+        return {"@Variant(\\0\\0\\0\\xb\\x7f\\xff\\xff\\xf0)",
+                "@DateTime(\\0\\0\\0\\xb\\0\\x7f\\xff\\xff\\xf0)"};
+    }
+
+    void writeHostileFile(const QByteArray &value)
+    {
+        scratch.write("data/custom.conf", "[Good]\nx=1\n[Hostile]\nx=1\ny=" + value + '\n');
+    }
+
+    // Runs the script in a process of its own, with the memory of a box.
+    template <typename Script>
+    static void inSmallProcess(Script script)
+    {
+        const rlimit memory{1 << 30, 1 << 30};
+        setrlimit(RLIMIT_AS, &memory);
+        script();
+        std::_Exit(0);
+    }
+};
+
+TEST_F(HostileFile, MakesQtConstructAValueOfAnyTypeThatItCanUnpack)
+{
+    writeCustomFile("[a]\nurl=@Variant(\\0\\0\\0\\x11\\0\\0\\0\\x3q:r)\n");
+
+    EXPECT_THAT(valueOf("a", "url"), IsVariant(QUrl("q:r")));
+}
+
+TEST_F(HostileFile, CallsTheUnpackingOperatorsThatTheApplicationHasRegistered)
+{
+    qRegisterMetaType<Command>("Command");
+#if QT_VERSION_MAJOR < 6
+    qRegisterMetaTypeStreamOperators<Command>("Command");
+#endif
+    writeCustomFile("[a]\nx=@Variant(\\0\\0\\0\\x7f\\0\\0\\0\\bCommand\\0\\0\\0\\0\\x2rm)\n");
+    Command::unpacked = 0;
+
+    EXPECT_EQ(valueOf("a", "x").value<Command>().text, "rm");
+    EXPECT_EQ(Command::unpacked, 1);
+}
+
+TEST_F(HostileFile, ShadowsADefaultByAValueThatConvertsToNothing)
+{
+    writeDefaultFile("[Video]\nrate=50\n");
+    writeCustomFile("[Video]\nrate=@Variant(\\0\\0\\0\\x9\\0\\0\\0\\0)\n");
+
+    EXPECT_EQ(valueOf("Video", "rate").toInt(), 0);
+    EXPECT_EQ(valueOf("Video", "rate").toString(), QString());
+}
+
+TEST_F(HostileFile, StopsTheProcessByNestedValues)
+{
+    writeHostileFile(nested());
+
+    EXPECT_DEATH(customStorage()->value("Hostile", "y"), "");
+}
+
+TEST_F(HostileFile, StopsTheProcessOnlyOnceTheHostileSectionIsRead)
+{
+    writeHostileFile(nested());
+
+    EXPECT_EXIT(
+        {
+            const bool isRead = valueOf("Good", "x").toString() == "1"
+                && !customStorage()->contains("Absent", "x") && customStorage()->isValid();
+            std::_Exit(isRead ? 0 : 1);
+        },
+        ExitedWithCode(0), "");
+    EXPECT_DEATH(valueOf("Hostile", "absent"), "");
+    EXPECT_DEATH(customStorage()->allKeys(), "");
+}
+
+TEST_F(HostileFile, StopsTheProcessThatWritesAnotherSection)
+{
+    writeHostileFile(nested());
+
+    EXPECT_DEATH(
+        {
+            customStorage()->setValue("Good", "x", 2);
+            restart();
+        },
+        "");
+}
+
+TEST_F(HostileFile, ThrowsBadAllocByAListOfClaimedLengthWithQt5)
+{
+    SKIP_IF_SANITIZED();
+    for (const QByteArray &list : claimedLists()) {
+        SCOPED_TRACE(list.constData());
+        writeHostileFile(list);
+        EXPECT_EXIT(inSmallProcess([this] {
+                        try {
+                            valueOf("Hostile", "y");
+                        } catch (const std::bad_alloc &) {
+                            std::_Exit(qtdifferences::claimedLengthsAreReserved ? 0 : 1);
+                        }
+                        std::_Exit(qtdifferences::claimedLengthsAreReserved ? 1 : 0);
+                    }),
+                    ExitedWithCode(0), "");
+    }
+}
+
+TEST_F(HostileFile, LosesAChangeInSilenceByAListOfClaimedLengthWithQt5)
+{
+    SKIP_IF_SANITIZED();
+    for (const QByteArray &list : claimedLists()) {
+        SCOPED_TRACE(list.constData());
+        writeHostileFile(list);
+        const QByteArray before = contentOf(customFile());
+        EXPECT_EXIT(inSmallProcess([this] {
+                        customStorage()->setValue("Good", "x", 2);
+                        restart();
+                    }),
+                    ExitedWithCode(0), "");
+        EXPECT_EQ(contentOf(customFile()) == before, qtdifferences::claimedLengthsAreReserved);
+        QFile::remove(customFile());
+    }
+}
+
+TEST_F(HostileFile, IsWrittenThroughASymbolicLinkInItsPlace)
+{
+    const QString target = scratch.write("elsewhere/file", "[a]\nx=1\n");
+    scratch.write("data/other", "");
+    ASSERT_TRUE(QFile::link(target, customFile()));
+    customStorage()->setValue("a", "x", 2);
+    restart();
+
+    EXPECT_EQ(contentOf(target), "[a]\nx=2\n");
+    EXPECT_EQ(QFile::symLinkTarget(customFile()), target);
+}
+
+class HostileName : public SettingsFixture
+{
+protected:
+    void writeStorage(const QString &name)
+    {
+        manager().independentStorage(name)->setValue("a", "x", 1);
+        restart();
+    }
+
+    QStringList filesIn(const QString &directory) const
+    {
+        return QDir(scratch.path(directory))
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
+    }
+};
+
+TEST_F(HostileName, OfAStorageRewritesAnyFileOfTheSuffix)
+{
+    scratch.write("etc/other.db", "; a comment\n[b]\ny=2\n");
+    writeStorage("../etc/other");
+
+    EXPECT_EQ(contentOf(scratch.path("etc/other.db")), "[a]\nx=1\n\n[b]\ny=2\n");
+}
+
+TEST_F(HostileName, OfAStorageIsAbsoluteOnlyWhereThePrefixIsEmpty)
+{
+    writeStorage(scratch.path("absolute/x"));
+    EXPECT_EQ(contentOf(persistentPrefix() + scratch.path("absolute/x.db")), "[a]\nx=1\n");
+    EXPECT_FALSE(QFile::exists(scratch.path("absolute/x.db")));
+
+    {
+        const ConfigurationManager withoutPrefix("", defaultPrefix(), &handler);
+        withoutPrefix.independentStorage(scratch.path("absolute/x"))->setValue("a", "x", 1);
+    }
+    EXPECT_EQ(contentOf(scratch.path("absolute/x.db")), "[a]\nx=1\n");
+}
+
+// Qt refuses the path of the file but not that of its lock.
+TEST_F(HostileName, OfAStorageWithANulLosesTheChangeInSilenceAndLeavesALockFile)
+{
+    scratch.write("data/kept", "");
+    const auto previous =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    writeStorage(QString("name") + QChar(0) + "kept");
+    qInstallMessageHandler(previous);
+
+    EXPECT_THAT(filesIn("data"), ElementsAre("kept", "name"));
+    EXPECT_EQ(contentOf(scratch.path("data/kept")), "");
+    EXPECT_TRUE(contentOf(scratch.path("data/name"))
+                    .startsWith(QByteArray::number(qlonglong(getpid())) + '\n'));
+    EXPECT_THAT(handler.messages(), IsEmpty());
+}
+
+TEST_F(HostileName, OfAGroupOrKeyReachesNoOtherFile)
+{
+    customStorage()->setValue("../../outside", "../x", 1);
+    restart();
+
+    EXPECT_THAT(filesIn("data"), ElementsAre("custom.conf"));
+    EXPECT_THAT(filesIn(""), ElementsAre("data"));
+}
+
+class HostileVariable : public SettingsFixture
+{
+};
+
+TEST_F(HostileVariable, IsATextWhateverItHolds)
+{
+    for (const char *text : {"@Variant(\\0\\0\\0\\x11\\0\\0\\0\\x3q:r)", "@ByteArray(1)",
+                             "@Invalid()", "a, b", "\"quoted\"", "\\x41"}) {
+        setVariable("STBAPP_A_X", text);
+        EXPECT_THAT(valueOf("a", "x"), IsText(text));
+        restart();
+    }
+}
+
+class FileMode : public SettingsFixture
+{
+protected:
+    FileMode() : previous(umask(0)) {}
+    ~FileMode() override { umask(previous); }
+
+    void change(const char *key)
+    {
+        customStorage()->setValue("a", key, 1);
+        restart();
+    }
+
+    static struct stat stateOf(const QString &path)
+    {
+        struct stat state = {};
+        EXPECT_EQ(stat(QFile::encodeName(path).constData(), &state), 0);
+        return state;
+    }
+    static unsigned modeOf(const QString &path) { return stateOf(path).st_mode & 07777U; }
+
+private:
+    const mode_t previous;
+};
+
+TEST_F(FileMode, OfANewFileAndItsDirectoryIsWhatTheUmaskLeaves)
+{
+    for (const mode_t mask : {0U, 022U, 027U, 077U}) {
+        umask(mask);
+        change("x");
+        EXPECT_EQ(modeOf(customFile()), 0666U & ~mask);
+        EXPECT_EQ(modeOf(persistentPrefix()), 0777U & ~mask);
+        QDir(persistentPrefix()).removeRecursively();
+    }
+}
+
+TEST_F(FileMode, StaysWhenTheFileIsRewritten)
+{
+    change("x");
+    ASSERT_EQ(chmod(QFile::encodeName(customFile()).constData(), 0640), 0);
+    change("y");
+
+    EXPECT_EQ(modeOf(customFile()), 0640U);
+}
+
+TEST_F(FileMode, StaysWhileTheOwnerBecomesWhoeverRewritesTheFile)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "needs root to give a file to another user";
+    change("x");
+    const QByteArray file = QFile::encodeName(customFile());
+    ASSERT_EQ(chown(file.constData(), 65534, 65534), 0);
+    ASSERT_EQ(chmod(file.constData(), 0600), 0);
+    change("y");
+
+    EXPECT_EQ(stateOf(customFile()).st_uid, 0U);
+    EXPECT_EQ(stateOf(customFile()).st_gid, getegid());
+    EXPECT_EQ(modeOf(customFile()), 0600U);
+}
