@@ -69,9 +69,58 @@ finds()
     finds unreadable "$custom" 3
 }
 
+@test "findings before a write damages the file" {
+    ln -s custom.conf "$custom"
+    finds write-lost "$custom: a symbolic link that leads back to itself"
+    rm "$custom"
+    printf '[A]\nb=%200s\n' x >"$custom"
+    (ulimit -f 0 && "$STBCONFIG" check || exit 0) 2>&1 | cat >"$box/output"
+    grep -q 'write-lost.*files may have 0 bytes here' "$box/output"
+}
+
+@test "a file system with less space than a new file needs is found" {
+    requires_namespaces
+    # A page for the lock, none for the file; then one more than needed.
+    run unshare -m sh -c 'mount -t tmpfs -o size=32k none "$1/var" && echo "[a]
+b=1" >"$1/var/custom.conf" && head -c 24576 /dev/zero >"$1/var/fill" && "$2" check;
+        truncate -s 20480 "$1/var/fill" && "$2" check' sh "$box" "$STBCONFIG"
+    [[ ${lines[0]} == *"write-lost"*"the file system is full: 4096 bytes are free, 8192 may be needed"* ]]
+    [ "$(grep -c write-lost <<<"$output")" = 1 ]
+}
+
+@test "a value of a type is found, a text that looks like one is not" {
+    printf '[A]\nb=@Variant(\\0\\0\\0\\x9\\0\\0\\0\\0)\nc=@@Variant(1)\n' >"$custom"
+    finds typed-value custom.conf:2
+    printf 'd=1, @DateTime(\\0\\0\\0\\x10\\0)\n' >>"$custom"
+    finds typed-value custom.conf:4
+    [[ $output != *custom.conf:3*typed-value* ]]
+    [ "$(grep -c typed-value <<<"$output")" = 2 ]
+}
+
+@test "a file that would end whoever reads it is found, in every place, and ends nobody" {
+    nested "$custom"
+    finds ends-reader "$custom" 3
+    finds typed-value custom.conf:2 3
+    expect 3 check --json
+    [[ $output == *'"id": "ends-reader"'* ]]
+    mv "$custom" "$defaults"
+    finds ends-reader "$defaults" 3
+    mv "$defaults" "$box/var/epg.db"
+    finds ends-reader "$box/var/epg.db" 3
+}
+
+@test "a file that needs more memory than a box has is found" {
+    [ "$QT_MAJOR" = 5 ] || skip "Qt $QT_MAJOR takes no memory for a length that is merely claimed"
+    [ -z "$EMULATOR" ] || skip "the emulator does not limit a process's memory"
+    printf '[A]\nb=@Variant(\\0\\0\\0\\xb\\x7\\xff\\xff\\xff)\n' >"$custom"
+    finds ends-reader "$custom" 3
+}
+
 @test "findings around the files" {
     touch "$custom.lock"
-    finds left-over-lock custom.conf.lock
+    finds left-over-lock "custom.conf.lock: an empty or unreadable lock can block"
+    touch -d '1 minute ago' "$custom.lock" # Qt takes this one over at once
+    expect 0 check
     export STBCONFIG_PERSISTENT_PREFIX=$box/var
     finds prefix "$box/var"
 }

@@ -12,6 +12,21 @@ setup()
     printf '[Video]\noutput=hdmi\n' >"$defaults"
 }
 
+requires_namespaces()
+{
+    unshare -m true 2>/dev/null || skip "no mount namespaces here; run as root"
+}
+
+# Writes a file with a value so deep that the stack of whoever unpacks it overflows.
+nested()
+{
+    {
+        printf '[A]\nb=@Variant('
+        yes '\0\0\0\x9\0\0\0\x1' | head -n 100000 | tr -d '\n'
+        printf ')\n'
+    } >"$1"
+}
+
 # Given a status and a command's arguments, runs the command and expects the status.
 expect()
 {

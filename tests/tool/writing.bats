@@ -3,11 +3,6 @@
 
 load support
 
-requires_namespaces()
-{
-    unshare -m true 2>/dev/null || skip "no mount namespaces here; run as root"
-}
-
 @test "set writes the custom file and an equal value leaves it alone" {
     expect 0 set Video output scart
     inode=$(stat -c %i "$custom")
@@ -110,6 +105,12 @@ announces()
 
 @test "an empty lock is announced before the wait" { announces '' 'an empty or unreadable lock'; }
 
+@test "a lock that is older than Qt waits is not announced" {
+    touch -d '1 minute ago' "$custom.lock"
+    expect 0 set Video output scart
+    [ -z "$output" ]
+}
+
 @test "a dead process's lock is not waited for" {
     printf '4194305\nbox\n%s\n' "$(uname -n)" >"$custom.lock"
     expect 0 set Video output scart
@@ -162,6 +163,48 @@ b=1" >"$1/var/custom.conf" && { cat /dev/zero >"$1/var/fill" 2>/dev/null; :; } &
         "$2" set a b 2; s=$?; cat "$1/var/custom.conf"; exit $s' sh "$box" "$STBCONFIG"
     [ "$status" = 4 ]
     [[ $output == *"file system is full"*"b=1"* ]]
+}
+
+@test "a file system without space for the whole new file is named before the file is damaged" {
+    requires_namespaces
+    for free in 1 2; do
+        run unshare -m sh -c 'mount -t tmpfs -o size=64k none "$1/var" && echo "[a]
+b=1" >"$1/var/custom.conf" && head -c $(((15 - $3) * 4096)) /dev/zero >"$1/var/fill" &&
+            "$2" set a b "$(head -c 5000 /dev/zero | tr "\\0" x)"; s=$?; cat "$1/var/custom.conf"; exit $s' \
+            sh "$box" "$STBCONFIG" "$free"
+        [ "$status" = 4 ]
+        [[ $output == *"not saved: the file system is full: $((free * 4096)) bytes are free"*"free some space"*"b=1" ]] ||
+            { echo "$output"; return 1; }
+    done
+}
+
+@test "a limit of the file size is named before the file is damaged" {
+    printf '[a]\nb=1\n' >"$custom"
+    run sh -c 'ulimit -f 1 && exec "$@"' sh "$STBCONFIG" set a b "$(printf %2000s x)"
+    [ "$status" = 4 ]
+    [[ $output == *"not saved: files may have "*" bytes here, "*"raise the limit, ulimit -f" ]]
+    [ "$(cat "$custom")" = $'[a]\nb=1' ]
+    [ ! -e "$custom.lock" ]
+}
+
+@test "a symbolic link that leads back to itself is named and stays" {
+    ln -s other "$custom"
+    ln -s custom.conf "$box/var/other"
+    expect 4 set a b 2
+    [ "$output" = "stbconfig: $custom: not saved: a symbolic link that leads back to itself; remove it, or let it lead to a file" ]
+    [ "$(readlink "$custom")" = other ]
+}
+
+@test "a file that would end whoever reads it is named by each command and stays" {
+    nested "$custom"
+    cp "$custom" "$box/before"
+    for words in "get a b" "explain a b" list diff "set a b 2" "unset A b" "unset --redundant" logging locale \
+        "get a b --storage epg"; do
+        [[ $words == *epg ]] && mv "$custom" "$box/var/epg.db"
+        expect 3 $words
+        [[ $output == "stbconfig: $box/var/"*": reading it ends the process; "* && ${#lines[@]} = 1 ]]
+    done
+    cmp "$box/before" "$box/var/epg.db"
 }
 
 @test "a read-only mount is named" {

@@ -6,9 +6,11 @@
 #include "output.h"
 #include "rawfile.h"
 #include "session.h"
+#include "trialread.h"
 #include "writing.h"
 
 #include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
 
 #include <algorithm>
 
@@ -78,6 +80,13 @@ void checkLines(const QString &file, bool isWritten, Findings &findings)
             findings.warning("non-ascii", place, QStringLiteral("read as Latin-1, not as UTF-8"),
                              "write the value with stbconfig set");
         }
+        // A second "@" before it makes it a text.
+        static const QRegularExpression typed(QStringLiteral("(?<!@)@(?:Variant|DateTime)\\("));
+        if (line.kind == RawLine::Entry && typed.match(QString::fromLatin1(line.text)).hasMatch()) {
+            findings.warning("typed-value", place,
+                             QStringLiteral("can end the process that reads it"),
+                             "let nobody but the application write the file");
+        }
         if (line.kind == RawLine::Entry) {
             bool isQuoted = false;
             const QByteArray value = line.text.mid(line.text.indexOf('=') + 1);
@@ -104,9 +113,10 @@ void checkFile(const QString &file, const stbconfig::IReadableBackend &storage, 
         if (!why.isEmpty())
             findings.error("write-lost", file, why, remedy.toLatin1().constData());
     }
-    if (QFileInfo::exists(file + QLatin1String(".lock"))) {
+    const QString holder = writing::lockHolder(file);
+    if (!holder.isEmpty()) {
         findings.warning("left-over-lock", file + QLatin1String(".lock"),
-                         QStringLiteral("can block a write for some 30 seconds"),
+                         holder + QLatin1String(" can block a write for some 30 seconds"),
                          "remove it if no process holds it");
     }
     if (!info.exists())
@@ -288,12 +298,21 @@ void checkPrefix(const QString &prefix, Findings &findings)
     }
 }
 
-} // namespace
-
-ExitStatus check(const Options &options)
+// Nothing else can be asked of a file that ends its reader.
+void checkReading(const Files &files, Findings &findings)
 {
-    const Session session(options);
-    Findings findings;
+    const QStringList all = files.all();
+    for (const QString &file : all) {
+        if (endsItsReader(file)) {
+            findings.error("ends-reader", file, QStringLiteral("reading it ends the process"),
+                           "restore the file");
+            checkLines(file, false, findings);
+        }
+    }
+}
+
+void checkAll(const Session &session, const Options &options, Findings &findings)
+{
     checkPrefix(options.persistentPrefix, findings);
     checkPrefix(options.defaultsPrefix, findings);
     checkFile(session.customFile(), *session.readable(ConfigurationManager::CustomConfPersistent),
@@ -308,12 +327,23 @@ ExitStatus check(const Options &options)
     checkNames(session.knownSettings(), findings);
     checkVariables(session, findings);
     checkValues(session, findings);
+}
+
+} // namespace
+
+ExitStatus check(const Options &options)
+{
+    Findings findings;
+    checkReading(Files(options), findings);
+    if (findings.all().isEmpty())
+        checkAll(Session(options), options, findings);
 
     QJsonArray array;
     bool isUnreadable = false;
     for (const Finding &finding : findings.all()) {
-        isUnreadable |=
-            finding.id == QLatin1String("unreadable") || finding.id == QLatin1String("malformed");
+        isUnreadable |= finding.id == QLatin1String("unreadable")
+            || finding.id == QLatin1String("malformed")
+            || finding.id == QLatin1String("ends-reader");
         array.append(QJsonObject{{QStringLiteral("id"), finding.id},
                                  {QStringLiteral("severity"), finding.severity},
                                  {QStringLiteral("place"), finding.place},

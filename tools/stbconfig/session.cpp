@@ -4,6 +4,7 @@
 #include "session.h"
 
 #include "rawfile.h"
+#include "trialread.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -85,10 +86,45 @@ QString belowRoot(const QString &root, const QString &prefix)
 
 } // namespace
 
-Session::Session(const Options &options)
+Files::Files(const Options &options)
     : m_options(options), m_persistentPrefix(belowRoot(options.root, options.persistentPrefix)),
       m_defaultsPrefix(belowRoot(options.root, options.defaultsPrefix))
+{}
+
+QStringList Files::storageNames() const
 {
+    const auto slash = m_persistentPrefix.lastIndexOf(QLatin1Char('/'));
+    const QString directory = slash < 0 ? QStringLiteral(".") : m_persistentPrefix.left(slash + 1);
+    const QString stem = m_persistentPrefix.mid(slash + 1);
+    QStringList names;
+    const QStringList entries = QDir(directory).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+    for (const QString &entry : entries) {
+        if (entry.startsWith(stem) && entry.endsWith(QLatin1String(".db")))
+            names.append(entry.mid(stem.size(), entry.size() - stem.size() - 3));
+    }
+    return names;
+}
+
+QStringList Files::all() const
+{
+    QStringList files{customFile(), defaultsFile()};
+    const QStringList names = storageNames();
+    for (const QString &name : names)
+        files.append(storageFile(name));
+    return files;
+}
+
+Session::Session(const Options &options) : Files(options)
+{
+    QStringList files{customFile(), defaultsFile()};
+    if (options.storage)
+        files.append(storageFile(*options.storage));
+    for (const QString &file : qAsConst(files)) {
+        if (endsItsReader(file)) {
+            throw Failure{CannotRead, file, QStringLiteral("reading it ends the process"),
+                          QStringLiteral("find the value with stbconfig check, restore the file")};
+        }
+    }
     chooseEnvironment(options);
     m_manager =
         std::make_unique<ConfigurationManager>(m_persistentPrefix, m_defaultsPrefix, nullptr);
@@ -158,20 +194,6 @@ QStringList Session::settings() const
             held.append(setting);
     }
     return held;
-}
-
-QStringList Session::storageNames() const
-{
-    const auto slash = m_persistentPrefix.lastIndexOf(QLatin1Char('/'));
-    const QString directory = slash < 0 ? QStringLiteral(".") : m_persistentPrefix.left(slash + 1);
-    const QString stem = m_persistentPrefix.mid(slash + 1);
-    QStringList names;
-    const QStringList entries = QDir(directory).entryList(QDir::Files | QDir::Hidden, QDir::Name);
-    for (const QString &entry : entries) {
-        if (entry.startsWith(stem) && entry.endsWith(QLatin1String(".db")))
-            names.append(entry.mid(stem.size(), entry.size() - stem.size() - 3));
-    }
-    return names;
 }
 
 Address addressOf(const QString &setting)

@@ -13,11 +13,39 @@
 
 #include <memory>
 
-// The files and the environment that one command looks at.
-class Session
+// Where the files of one command lie; nothing is opened.
+class Files
 {
 public:
-    /// Puts the chosen environment in place and opens the storages; reads no file yet.
+    explicit Files(const Options &options);
+
+    QString customFile() const { return m_persistentPrefix + QLatin1String("custom.conf"); }
+    QString defaultsFile() const { return m_defaultsPrefix + QLatin1String("stbapp.conf"); }
+    QString storageFile(const QString &name) const
+    {
+        return m_persistentPrefix + name + QLatin1String(".db");
+    }
+    /// The file that set and unset write.
+    QString writtenFile() const
+    {
+        return m_options.storage ? storageFile(*m_options.storage) : customFile();
+    }
+    QStringList storageNames() const;
+    /// All of them, whether they exist or not.
+    QStringList all() const;
+
+protected:
+    const Options &m_options;
+    const QString m_persistentPrefix;
+    const QString m_defaultsPrefix;
+};
+
+// The files and the environment that one command looks at.
+class Session : public Files
+{
+public:
+    /// Puts the chosen environment in place and opens the storages. Ends with CannotRead if this
+    /// process would die of reading one of the command's files.
     explicit Session(const Options &options);
 
     stbconfig::ConfigurationManager &manager() const { return *m_manager; }
@@ -37,23 +65,7 @@ public:
     /// What a variable may stand for: the files' settings and those that the library itself reads.
     QStringList knownSettings() const;
 
-    QString customFile() const { return m_persistentPrefix + QLatin1String("custom.conf"); }
-    QString defaultsFile() const { return m_defaultsPrefix + QLatin1String("stbapp.conf"); }
-    QString storageFile(const QString &name) const
-    {
-        return m_persistentPrefix + name + QLatin1String(".db");
-    }
-    /// The file that set and unset write.
-    QString writtenFile() const
-    {
-        return m_options.storage ? storageFile(*m_options.storage) : customFile();
-    }
-    QStringList storageNames() const;
-
 private:
-    const Options &m_options;
-    QString m_persistentPrefix;
-    QString m_defaultsPrefix;
     std::unique_ptr<stbconfig::ConfigurationManager> m_manager;
 };
 

@@ -7,13 +7,13 @@
 #include "output.h"
 #include "session.h"
 
+#include <QtCore/QDateTime>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QList>
 #include <QtCore/QLockFile>
-#include <QtCore/QStorageInfo>
 #include <QtCore/QSysInfo>
 
 #include <algorithm>
@@ -21,6 +21,8 @@
 #include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/resource.h>
+#include <sys/statvfs.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -55,6 +57,52 @@ QString existingDirectory(const QString &file)
     while (!QFileInfo::exists(directory) && directory != QLatin1String("/"))
         directory = QFileInfo(directory).absolutePath();
     return directory;
+}
+
+// What the settings may add to a file: QSettings writes up to six bytes for a character, and a
+// section of its own for each.
+qint64 growthOf(const QVector<writing::Expectation> &settings)
+{
+    constexpr qint64 punctuation = 16;
+    qint64 growth = 0;
+    for (const auto &[address, value] : settings) {
+        growth += 6 * (address.group.size() + address.key.size()) + punctuation;
+        const QStringList items = texts(value);
+        for (const QString &item : items)
+            growth += 6 * item.size() + punctuation;
+    }
+    return growth;
+}
+
+// Of the file that is to replace this one: what a person has typed can become four times as long
+// when QSettings escapes it.
+qint64 estimatedSize(const QFileInfo &file, qint64 growth) { return 4 * file.size() + growth; }
+
+// QSettings puts a new file in the old one's place however little of it could be written.
+std::pair<QString, QString> lackOfSpace(const QString &directory, qint64 size)
+{
+    struct rlimit limit = {};
+    if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY
+        && limit.rlim_cur < static_cast<rlim_t>(size)) {
+        return {QStringLiteral("files may have %1 bytes here, %2 may be needed")
+                    .arg(limit.rlim_cur)
+                    .arg(size),
+                QStringLiteral("raise the limit, ulimit -f")};
+    }
+    struct statvfs space = {};
+    if (statvfs(QFile::encodeName(directory).constData(), &space) != 0)
+        return {};
+    const auto block = static_cast<qint64>(space.f_frsize);
+    const qint64 available = static_cast<qint64>(space.f_bavail) * block;
+    // The old file stays meanwhile, and the lock takes a block too.
+    const qint64 needed = (size + block - 1) / block * block + block;
+    if (available < needed) {
+        return {QStringLiteral("the file system is full: %1 bytes are free, %2 may be needed")
+                    .arg(available)
+                    .arg(needed),
+                QStringLiteral("free some space where ") + directory + QStringLiteral(" is")};
+    }
+    return {};
 }
 
 // Starts the program with pipes for its input and output; 0 if it cannot be started. Not by QProcess,
@@ -144,6 +192,10 @@ QString lockHolder(const QString &file)
     const QString path = file + QLatin1String(".lock");
     if (!QFileInfo::exists(path))
         return {};
+    // Nor does Qt wait for an older one.
+    constexpr qint64 longest = 30 * 1000;
+    if (qAbs(QFileInfo(path).lastModified().msecsTo(QDateTime::currentDateTime())) > longest)
+        return {};
     qint64 pid = 0;
     QString host;
     QString application;
@@ -157,11 +209,16 @@ QString lockHolder(const QString &file)
     return QStringLiteral("process %1").arg(pid);
 }
 
-std::pair<QString, QString> obstacle(const QString &file)
+std::pair<QString, QString> obstacle(const QString &file, qint64 growth)
 {
     const QFileInfo info(file);
     if (info.exists() && !info.isFile())
         return {QStringLiteral("not a file"), QStringLiteral("move it away")};
+    // Qt would put a file in its place.
+    if (denied(file, F_OK) == ELOOP) {
+        return {QStringLiteral("a symbolic link that leads back to itself"),
+                QStringLiteral("remove it, or let it lead to a file")};
+    }
     if (info.exists()) {
         if (isMountPoint(info.canonicalFilePath())) {
             return {QStringLiteral("the file is a mount point and cannot be replaced"),
@@ -187,11 +244,7 @@ std::pair<QString, QString> obstacle(const QString &file)
         return {QLatin1String("the directory ") + directory + QLatin1String(" is not writable"),
                 QStringLiteral("make it writable, the file alone is not enough")};
     }
-    if (QStorageInfo(directory).bytesAvailable() == 0) {
-        return {QStringLiteral("the file system is full"),
-                QStringLiteral("free some space on ") + QStorageInfo(directory).rootPath()};
-    }
-    return {};
+    return lackOfSpace(directory, estimatedSize(info, growth));
 }
 
 void save(const Options &options, const Change &change, const QVector<Expectation> &expected)
@@ -200,7 +253,7 @@ void save(const Options &options, const Change &change, const QVector<Expectatio
     const auto refuse = [&file](const std::pair<QString, QString> &why) {
         throw Failure{NotSaved, file, QLatin1String("not saved: ") + why.first, why.second};
     };
-    const auto why = obstacle(file);
+    const auto why = obstacle(file, growthOf(expected));
     if (!why.first.isEmpty())
         refuse(why);
     const QString holder = lockHolder(file);
@@ -224,7 +277,7 @@ void save(const Options &options, const Change &change, const QVector<Expectatio
     for (const auto &[address, value] : expected)
         wanted.append(onDisk(value));
     if (readBackInFreshProcess(options, file, expected) != wanted) {
-        const auto cause = obstacle(file);
+        const auto cause = obstacle(file, growthOf(expected));
         if (!cause.first.isEmpty())
             refuse(cause);
         if (!lockHolder(file).isEmpty()) {

@@ -18,8 +18,9 @@ class IStorableBackend;
 // Qt loses writes in silence and then answers from its cache, so each one is proved.
 namespace writing {
 
-/// Why a write to the file would be lost now and what to do; empty if nothing is seen.
-std::pair<QString, QString> obstacle(const QString &file);
+/// Why a write that makes the file longer by so many bytes would be lost now, or would damage the
+/// file, and what to do; empty if nothing is seen.
+std::pair<QString, QString> obstacle(const QString &file, qint64 growth = 0);
 
 /// What a lock beside the file says; empty if there is none that could block.
 QString lockHolder(const QString &file);

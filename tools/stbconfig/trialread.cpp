@@ -1,0 +1,38 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#include "trialread.h"
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QSettings>
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+bool endsItsReader(const QString &file)
+{
+    if (!QFileInfo(file).isFile())
+        return false;
+    const pid_t child = fork();
+    if (child == 0) {
+        const rlimit noCore{0, 0};
+        // What the machine at hand could give may be more than a box has.
+        const rlimit memory{256 << 20, 256 << 20};
+        setrlimit(RLIMIT_CORE, &noCore);
+        setrlimit(RLIMIT_AS, &memory);
+        const int nowhere = open("/dev/null", O_WRONLY);
+        if (nowhere >= 0)
+            dup2(nowhere, STDERR_FILENO); // what it says when it dies would only confuse
+        try {
+            QSettings(file, QSettings::IniFormat).allKeys();
+        } catch (...) {
+            std::_Exit(EXIT_FAILURE);
+        }
+        std::_Exit(EXIT_SUCCESS);
+    }
+    int status = 0;
+    return child > 0 && waitpid(child, &status, 0) == child && status != 0;
+}
