@@ -1,0 +1,136 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#include "input.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QPoint>
+#include <QtCore/QSize>
+
+#include <cmath>
+
+QString Input::text()
+{
+    QString result;
+    for (unsigned rest = byte() % 32; rest > 0 && !isAtEnd(); --rest) {
+        unsigned unit = byte();
+        if (unit == 0xFF) {
+            unit = byte() << 8U;
+            unit |= byte();
+        }
+        result.append(QChar(unit));
+    }
+    return result;
+}
+
+QString Input::knownName()
+{
+    static const QString names[] = {
+        "a",
+        "b",
+        "A",
+        "a/b",
+        "Logging",
+        "level",
+        "responseLengthLimit",
+        "jsonFormattingEnabled",
+        "imageRequestsEnabled",
+        "Profile",
+        "locale",
+        "General",
+        "general",
+        "%General",
+        "",
+        QString(),
+        "/",
+        "/a//b/",
+        "a_b",
+        "%1",
+        "%2",
+        "%1/%2",
+        "a=b",
+        " a ",
+        "[a]",
+        "a;b",
+        "\\",
+        "\"",
+        "@Invalid()",
+        "\n",
+        QString(1, QChar()),
+        QString::fromUtf8("ß"),
+        QString::fromUtf8("ж"),
+        QString::fromUtf8("😀"),
+        QString(1, QChar(0xD83D)),
+        QString(1, QChar(0xDE00)),
+        QString(65536, 'a'),
+    };
+    return oneOf(names);
+}
+
+qlonglong Input::number()
+{
+    qulonglong result = 0;
+    for (unsigned rest = byte() % 9; rest > 0; --rest)
+        result = result << 8U | byte();
+    return static_cast<qlonglong>(result);
+}
+
+QVariant Input::value()
+{
+    const auto integer = [this] { return static_cast<int>(number()); };
+    switch (byte() % 17) {
+    case 0:
+        return {};
+    case 1:
+        return knownName();
+    case 2:
+        return integer();
+    case 3:
+        return flag();
+    case 4:
+        return static_cast<uint>(number());
+    case 5:
+        return number();
+    case 6:
+        return static_cast<qulonglong>(number());
+    case 7: {
+        const auto mantissa = static_cast<double>(number());
+        return std::ldexp(mantissa, static_cast<int>(byte()) - 128);
+    }
+    case 8:
+        return text().toLatin1();
+    case 9:
+    case 10: {
+        QStringList list;
+        for (unsigned rest = byte() % 4; rest > 0; --rest)
+            list.append(text());
+        return list;
+    }
+    case 11: {
+        QVariantList list;
+        for (unsigned rest = byte() % 4; rest > 0 && !isAtEnd(); --rest)
+            list.append(value());
+        return list;
+    }
+    case 12: {
+        QVariantMap map;
+        for (unsigned rest = byte() % 4; rest > 0 && !isAtEnd(); --rest) {
+            const QString key = text();
+            map.insert(key, value());
+        }
+        return map;
+    }
+    case 13: {
+        const int width = integer();
+        return QSize(width, integer());
+    }
+    case 14: {
+        const int x = integer();
+        return QPoint(x, integer());
+    }
+    case 15:
+        return QDateTime::fromSecsSinceEpoch(static_cast<uint>(number()), Qt::UTC);
+    default:
+        return text();
+    }
+}

@@ -1,0 +1,50 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#ifndef STBCONFIG_TESTS_FUZZ_INPUT_H
+#define STBCONFIG_TESTS_FUZZ_INPUT_H
+
+#include <QtCore/QVariant>
+
+#include <cstddef>
+#include <cstdint>
+
+/// What the fuzzer calls for each input; replay.cpp calls it for each file of the corpus.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
+
+/// Takes the decisions of a run from the fuzzer's bytes. When they have run out, all are 0.
+class Input
+{
+public:
+    Input(const std::uint8_t *data, std::size_t size) : next(data), end(data + size) {}
+
+    bool isAtEnd() const { return next == end; }
+    unsigned byte() { return isAtEnd() ? 0 : *next++; }
+    bool flag() { return (byte() & 1U) != 0; }
+
+    template <typename T, std::size_t size>
+    const T &oneOf(const T (&table)[size])
+    {
+        return table[byte() % size];
+    }
+
+    /// Up to 31 UTF-16 units, paired or not.
+    QString text();
+
+    /// A name that is likely to come again, ordinary or hostile.
+    QString knownName();
+
+    /// One of the above.
+    QString name() { return flag() ? knownName() : text(); }
+
+    /// A value of any of the types that applications store.
+    QVariant value();
+
+private:
+    qlonglong number();
+
+    const std::uint8_t *next;
+    const std::uint8_t *end;
+};
+
+#endif
