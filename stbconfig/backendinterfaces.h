@@ -124,14 +124,18 @@ public:
  *   current when the storage was created receives "unable to write " followed by the file's
  *   absolute path, once for each refused call. Without a handler nothing happens at all.
  * - A failure later on, at the moment of writing back (a full disk, a directory in which no file
- *   can be created), is reported to nobody; it only turns isValid() false.
+ *   can be created), is reported to nobody; it only turns isValid() false. The change is tried
+ *   again with the next one. Room for a part of the file alone (an almost full disk, a file size
+ *   limit) does not even do that, and the file loses its end.
  * - The first change creates the file, and the directories above it that are missing.
  * - Writing back replaces the file: comments are lost and keys come out sorted.
  * - A new file, or directory, has the permissions that the umask leaves. A replaced file keeps its
  *   permissions, but belongs to the user whose process has written it.
  *
- * Where an event loop runs in the thread that created the storage, write from that thread alone: a
- * change from another one may be forgotten if it arrives at the moment of writing back.
+ * Threads: write from the thread that created the storage, or run no event loop in it. Where one
+ * runs, a change from another thread that arrives at the moment of writing back may be forgotten:
+ * readers see it, but neither the event loop nor the destruction of the manager writes it, unless
+ * another change follows. Reading is safe from any thread, see IReadableBackend.
  */
 class STBCONFIG_EXPORT IStorableBackend : public IReadableBackend
 {

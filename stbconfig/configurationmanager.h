@@ -55,7 +55,10 @@ class IStorableBackend;
  *
  * Threads: build and set up a manager in one thread before others use it. value(), defaultLocale()
  * and the storage accessors may then be called from any thread; what a storage itself allows is
- * said at IReadableBackend. No other thread may be using the manager while it is destroyed.
+ * said at IReadableBackend. Write from the thread that made the manager, or run no event loop in
+ * it: otherwise a change may never reach the disk, see IStorableBackend. Not promised: that one
+ * thread writes the memory storage while another calls value(), and that a handler can call back.
+ * No other thread may be using the manager while it is destroyed.
  *
  * Failures: a setting that nobody holds is no failure, it has the caller's default. No operation
  * throws an exception of the library's own; what Qt or an allocation throws passes through, and a

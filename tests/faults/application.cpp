@@ -23,7 +23,6 @@
 #include <map>
 #include <memory>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -96,6 +95,11 @@ QJsonValue remove(const QStringList &words)
 
 QJsonValue value(const QStringList &words) { return toJson(custom()->value(words[0], words[1])); }
 
+QJsonValue length(const QStringList &words)
+{
+    return custom()->value(words[0], words[1]).toString().size();
+}
+
 QJsonValue merged(const QStringList &words)
 {
     return toJson(manager->value(words[0], words[1], "default"));
@@ -131,12 +135,6 @@ QJsonValue becomeOrdinaryUser(const QStringList &)
     constexpr uid_t nobody = 65534;
     return setgroups(0, nullptr) == 0 && setresgid(nobody, nobody, nobody) == 0
         && setresuid(nobody, nobody, nobody) == 0;
-}
-
-QJsonValue setUmask(const QStringList &words)
-{
-    umask(words[0].toUInt(nullptr, 8));
-    return true;
 }
 
 QJsonValue limitFileSize(const QStringList &words)
@@ -205,13 +203,13 @@ QJsonValue answer(const QStringList &words)
         {"write many", writeMany},
         {"remove", remove},
         {"value", value},
+        {"length", length},
         {"merged", merged},
         {"keys", keys},
         {"valid", valid},
         {"turn", turn},
         {"reports", takeReports},
         {"become ordinary user", becomeOrdinaryUser},
-        {"umask", setUmask},
         {"limit file size", limitFileSize},
         {"use up descriptors", useUpDescriptors},
         {"free descriptors", freeDescriptors},

@@ -1,0 +1,67 @@
+# SPDX-FileCopyrightText: The stbconfig authors
+# SPDX-License-Identifier: MIT
+"""Usage: reliability_page.py SOURCE_DIR
+
+Holds docs/reliability.md against the tests: every row names tests that exist, every test of the
+faults stands in a row, and every piece of code is in waysout.h word for word.
+"""
+
+import pathlib
+import re
+import sys
+
+
+def tests_in(folder):
+    """The names, as Suite.Test, that the sources in the folder define."""
+    for source in folder.rglob("*_test.cpp"):
+        for test in re.finditer(r"^TEST(?:_F|_P)?\((\w+),\s*(\w+)\)", source.read_text(), re.M):
+            yield ".".join(test.groups())
+
+
+def rows_of(page):
+    """Each row of the tables that have a column of tests, and the names in that column.
+
+    A heading can give the suite of all names that have none."""
+    suite = None
+    for line in page.splitlines():
+        if not line.startswith("|"):
+            suite = None
+            continue
+        last = line.rstrip("|").split("|")[-1].strip()
+        heading = re.fullmatch(r"Test(?: `(\w+\.)`)?", last)
+        if heading:
+            suite = heading[1] or ""
+        elif suite is not None and set(last) != set("-"):
+            yield line, [
+                name if "." in name else suite + name for name in re.findall(r"`([\w.]+)`", last)]
+
+
+def complaints(root):
+    page = (root / "docs/reliability.md").read_text()
+    existing = set(tests_in(root / "tests"))
+    named = set()
+    for row, names in rows_of(page):
+        if not names:
+            yield f"no test in the row: {row}"
+        named.update(names)
+    for name in sorted(named - existing):
+        yield f"no such test: {name}"
+    for name in sorted(set(tests_in(root / "tests/faults")) - named):
+        yield f"in no row: {name}"
+    code = (root / "tests/faults/waysout.h").read_text()
+    pieces = re.findall(r"^```cpp\n(.*?)^```", page, re.M | re.S)
+    if not pieces:
+        yield "no code"
+    for piece in pieces:
+        if piece not in code:
+            yield f"not in waysout.h:\n{piece}"
+
+
+def main():
+    found = list(complaints(pathlib.Path(sys.argv[1])))
+    for complaint in found:
+        print(f"docs/reliability.md: {complaint}", file=sys.stderr)
+    return 1 if found else 0
+
+
+sys.exit(main())
