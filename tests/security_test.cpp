@@ -20,18 +20,18 @@
 #include <algorithm>
 #include <new>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define SKIP_IF_SANITIZED() GTEST_SKIP() << "a sanitizer needs more address space than this allows"
-#else
-#define SKIP_IF_SANITIZED() static_cast<void>(0)
-#endif
-
 using namespace stbconfig;
 using ::testing::ElementsAre;
 using ::testing::ExitedWithCode;
 using ::testing::IsEmpty;
 
 namespace {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool isSanitized = true;
+#else
+constexpr bool isSanitized = false;
+#endif
 
 // What an application may have registered for values of its own.
 struct Command
@@ -165,7 +165,8 @@ TEST_F(HostileFile, StopsTheProcessThatWritesAnotherSection)
 
 TEST_F(HostileFile, ThrowsBadAllocByAListOfClaimedLengthWithQt5)
 {
-    SKIP_IF_SANITIZED();
+    if (isSanitized)
+        GTEST_SKIP() << "a sanitizer needs more address space than this allows";
     for (const QByteArray &list : claimedLists()) {
         SCOPED_TRACE(list.constData());
         writeHostileFile(list);
@@ -183,7 +184,8 @@ TEST_F(HostileFile, ThrowsBadAllocByAListOfClaimedLengthWithQt5)
 
 TEST_F(HostileFile, LosesAChangeInSilenceByAListOfClaimedLengthWithQt5)
 {
-    SKIP_IF_SANITIZED();
+    if (isSanitized)
+        GTEST_SKIP() << "a sanitizer needs more address space than this allows";
     for (const QByteArray &list : claimedLists()) {
         SCOPED_TRACE(list.constData());
         writeHostileFile(list);

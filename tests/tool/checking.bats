@@ -109,8 +109,9 @@ b=1" >"$1/var/custom.conf" && head -c 24576 /dev/zero >"$1/var/fill" && "$2" che
     finds ends-reader "$box/var/epg.db" 3
 }
 
-@test "a file that needs more memory than a box has is found" {
+@test "a file that claims more memory than a box has is found" {
     [ "$QT_MAJOR" = 5 ] || skip "Qt $QT_MAJOR takes no memory for a length that is merely claimed"
+    ! grep -q __asan_init "$PROGRAM" || skip "the address sanitizer cannot live with a limit"
     [ -z "$EMULATOR" ] || skip "the emulator does not limit a process's memory"
     printf '[A]\nb=@Variant(\\0\\0\\0\\xb\\x7\\xff\\xff\\xff)\n' >"$custom"
     finds ends-reader "$custom" 3

@@ -127,7 +127,7 @@ Session::Session(const Options &options) : Files(options)
     }
     chooseEnvironment(options);
     m_manager =
-        std::make_unique<ConfigurationManager>(m_persistentPrefix, m_defaultsPrefix, nullptr);
+        std::make_unique<ConfigurationManager>(persistentPrefix(), defaultsPrefix(), nullptr);
 }
 
 const stbconfig::IReadableBackend *Session::readable(provenance::Location location) const
@@ -143,14 +143,14 @@ void Session::requireReadableFiles() const
 
 stbconfig::IStorableBackend *Session::namedStorage(ExitStatus statusIfMissing) const
 {
-    if (!m_options.storage)
+    if (!options().storage)
         return nullptr;
-    const QString file = storageFile(*m_options.storage);
-    if (!m_options.create && !QFileInfo::exists(file)) {
+    const QString file = storageFile(*options().storage);
+    if (!options().create && !QFileInfo::exists(file)) {
         throw Failure{statusIfMissing, file, QStringLiteral("no such storage"),
                       QStringLiteral("check the name, or add --create")};
     }
-    stbconfig::IStorableBackend *storage = m_manager->independentStorage(*m_options.storage);
+    stbconfig::IStorableBackend *storage = m_manager->independentStorage(*options().storage);
     requireReadable(file, *storage);
     return storage;
 }

@@ -34,10 +34,14 @@ public:
     /// All of them, whether they exist or not.
     QStringList all() const;
 
-protected:
+    const Options &options() const { return m_options; }
+    const QString &persistentPrefix() const { return m_persistentPrefix; }
+    const QString &defaultsPrefix() const { return m_defaultsPrefix; }
+
+private:
     const Options &m_options;
-    const QString m_persistentPrefix;
-    const QString m_defaultsPrefix;
+    QString m_persistentPrefix;
+    QString m_defaultsPrefix;
 };
 
 // The files and the environment that one command looks at.

@@ -59,17 +59,17 @@ QString existingDirectory(const QString &file)
     return directory;
 }
 
-// What the settings may add to a file: QSettings writes up to six bytes for a character, and a
-// section of its own for each.
+// What the settings may add to a file: QSettings writes up to six bytes for a character, and its
+// punctuation.
 qint64 growthOf(const QVector<writing::Expectation> &settings)
 {
-    constexpr qint64 punctuation = 16;
+    const auto written = [](const QString &text) { return qint64{6} * text.size() + 16; };
     qint64 growth = 0;
     for (const auto &[address, value] : settings) {
-        growth += 6 * (address.group.size() + address.key.size()) + punctuation;
+        growth += written(settingOf(address));
         const QStringList items = texts(value);
         for (const QString &item : items)
-            growth += 6 * item.size() + punctuation;
+            growth += written(item);
     }
     return growth;
 }
@@ -193,7 +193,7 @@ QString lockHolder(const QString &file)
     if (!QFileInfo::exists(path))
         return {};
     // Nor does Qt wait for an older one.
-    constexpr qint64 longest = 30 * 1000;
+    constexpr qint64 longest = 30000;
     if (qAbs(QFileInfo(path).lastModified().msecsTo(QDateTime::currentDateTime())) > longest)
         return {};
     qint64 pid = 0;
