@@ -179,10 +179,7 @@ QJsonValue askWhenWritten(const QStringList &)
     return told;
 }
 
-QJsonValue onDisk(const QStringList &words)
-{
-    return toJson(waysout::onDisk(words[0], words[1], words[2]));
-}
+QJsonValue isOnDisk(const QStringList &words) { return waysout::isOnDisk(words[0], custom()); }
 
 QJsonValue hasRoomToWrite(const QStringList &words) { return waysout::hasRoomToWrite(words[0]); }
 
@@ -215,7 +212,7 @@ QJsonValue answer(const QStringList &words)
         {"free descriptors", freeDescriptors},
         {"write for ever", writeForEver},
         {"when written", askWhenWritten},
-        {"on disk", onDisk},
+        {"is on disk", isOnDisk},
         {"has room", hasRoomToWrite},
         {"drop empty lock", dropEmptyLock},
     };

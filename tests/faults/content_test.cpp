@@ -29,7 +29,7 @@ protected:
 
 TEST_F(ContentFaults, ZeroBytesAreKept)
 {
-    EXPECT_EQ(rewritten(QByteArray("[a]\nx=1\0002\ny=3\n", 16)),
+    EXPECT_EQ(rewritten(QByteArray("[a]\nx=1") + '\0' + "2\ny=3\n"),
               "[a]\nx=@String(1\\0\\x32)\ny=3\n\n[zz]\nnew=1\n");
 }
 

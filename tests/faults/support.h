@@ -83,6 +83,9 @@ private:
     struct stat defaultsBefore = {};
 };
 
+// Found by argument-dependent look-up, as those in support/printers.h.
+inline void PrintTo(const QJsonValue &value, std::ostream *out) { printDebugText(value, out); }
+
 MATCHER(IsNothing, "") { return arg.isNull(); }
 
 /// Whether the tests shall take their time: more rounds, more seconds, larger files.

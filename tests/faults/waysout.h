@@ -16,6 +16,8 @@
 #include <QtCore/QStorageInfo>
 #include <QtCore/QTemporaryDir>
 
+#include <algorithm>
+
 namespace waysout {
 
 // Once the event loop has written the changes made so far, tells whether the file could be replaced.
@@ -26,16 +28,30 @@ void whenWritten(const stbconfig::IReadableBackend *storage, Callback callback)
         QCoreApplication::instance(), [=] { callback(storage->isValid()); }, Qt::QueuedConnection);
 }
 
-// What the file really holds. It is read under another name, because Qt shows a process its own
-// changes, written or not.
-inline QVariant onDisk(const QString &file, const QString &group, const QString &key)
+// A file keeps no types, but for lists.
+inline QString textOf(const QVariant &value)
+{
+    const bool isList = value.userType() == QMetaType::QStringList;
+    return isList ? value.toStringList().join('\n') : value.toString();
+}
+
+// Tells whether the file really holds what the storage shows. It is read under another name, because
+// Qt shows a process its own changes, written or not.
+inline bool isOnDisk(const QString &file, const stbconfig::IReadableBackend *storage)
 {
     using stbconfig::ConfigurationManager;
     const QTemporaryDir directory;
     const QString prefix = directory.path() + '/';
     QFile::copy(file, prefix + "custom.conf");
-    const ConfigurationManager copy(prefix, prefix, nullptr);
-    return copy.dynamicStorage(ConfigurationManager::CustomConfPersistent)->value(group, key);
+    const ConfigurationManager manager(prefix, prefix, nullptr);
+    const auto *copy = manager.readOnlyStorage(ConfigurationManager::CustomConfPersistent);
+
+    const QStringList keys = storage->allKeys();
+    return copy->allKeys().size() == keys.size()
+        && std::all_of(keys.begin(), keys.end(), [&](const QString &key) {
+               return copy->contains({}, key)
+                   && textOf(copy->value({}, key)) == textOf(storage->value({}, key));
+           });
 }
 
 // Every write needs room for the whole file, the old one being still there.
