@@ -67,6 +67,32 @@ QString Input::knownName()
     return oneOf(names);
 }
 
+Pair Input::pair()
+{
+    static const Pair pairs[] = {
+        {"a", "b"},
+        {"a", ""},
+        {"", "a"},
+        {"a", "b/c"},
+        {"Profile", "locale"},
+        {"Logging", "level"},
+        {"Logging", "responseLengthLimit"},
+        {"Logging", "jsonFormattingEnabled"},
+        {"Logging", "imageRequestsEnabled"},
+    };
+    if (byte() % 4 != 0)
+        return oneOf(pairs);
+    const QString group = name();
+    return {group, name()};
+}
+
+const char *Input::word()
+{
+    static const char *const words[] = {"1",     "5",     "6",  "-1",       "debug", "Trace",
+                                        "false", "de_AT", "ru", "critical", "1a",    ""};
+    return oneOf(words);
+}
+
 qlonglong Input::number()
 {
     qulonglong result = 0;
@@ -78,7 +104,7 @@ qlonglong Input::number()
 QVariant Input::value()
 {
     const auto integer = [this] { return static_cast<int>(number()); };
-    switch (byte() % 17) {
+    switch (byte() % 20) {
     case 0:
         return {};
     case 1:
@@ -130,7 +156,9 @@ QVariant Input::value()
     }
     case 15:
         return QDateTime::fromSecsSinceEpoch(static_cast<uint>(number()), Qt::UTC);
-    default:
+    case 16:
         return text();
+    default:
+        return word();
     }
 }

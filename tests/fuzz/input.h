@@ -12,6 +12,12 @@
 /// What the fuzzer calls for each input; replay.cpp calls it for each file of the corpus.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
+struct Pair
+{
+    QString group;
+    QString key;
+};
+
 /// Takes the decisions of a run from the fuzzer's bytes. When they have run out, all are 0.
 class Input
 {
@@ -36,6 +42,12 @@ public:
 
     /// One of the above.
     QString name() { return flag() ? knownName() : text(); }
+
+    /// A group and a key. Most of the time one of a few, so that storages hold the same.
+    Pair pair();
+
+    /// A text that some reader understands, or nearly.
+    const char *word();
 
     /// A value of any of the types that applications store.
     QVariant value();

@@ -111,19 +111,20 @@ struct Session
     }
 };
 
+// Written here, not by the library: hence names that need no escapes.
 void writeDefaults(Input &input, Session &session)
 {
-    static const char *const groups[] = {"a", "Logging", "Profile"};
-    static const char *const keys[] = {
-        "b",     "level", "responseLengthLimit", "jsonFormattingEnabled", "imageRequestsEnabled",
-        "locale"};
-    static const char *const texts[] = {"7", "debug", "de_AT", "false", "", "2"};
     QByteArray content;
     for (unsigned rest = input.byte() % 4; rest > 0; --rest) {
-        const char *const group = input.oneOf(groups);
-        const char *const key = input.oneOf(keys);
-        const char *const text = input.oneOf(texts);
-        content += QByteArray("[") + group + "]\n" + key + '=' + text + '\n';
+        static const Pair pairs[] = {{"a", "b"},
+                                     {"Profile", "locale"},
+                                     {"Logging", "level"},
+                                     {"Logging", "responseLengthLimit"},
+                                     {"Logging", "jsonFormattingEnabled"},
+                                     {"Logging", "imageRequestsEnabled"}};
+        const auto &[group, key] = input.oneOf(pairs);
+        const char *const text = input.word();
+        content += '[' + group.toLatin1() + "]\n" + key.toLatin1() + '=' + text + '\n';
         session.defaults.setValue(group, key, text);
     }
     Box::write(session.box.defaultPrefix() + "stbapp.conf", content);
@@ -132,9 +133,8 @@ void writeDefaults(Input &input, Session &session)
 void setVariables(Input &input, Session &session)
 {
     for (unsigned rest = input.byte() % 4; rest > 0; --rest) {
-        const QString group = input.name();
-        const QString key = input.name();
-        session.environment.setVariable(group, key, input.name());
+        const auto [group, key] = input.pair();
+        session.environment.setVariable(group, key, input.flag() ? input.word() : input.text());
     }
 }
 
@@ -170,7 +170,7 @@ void changeNamed(Input &input, const ConfigurationManager &manager, Session &ses
 void setLogging(Input &input, ConfigurationManager &manager, FileModel &custom)
 {
     LogsConfigWrapper logging(manager);
-    const int number = static_cast<int>(input.byte()) - 8;
+    const int number = static_cast<int>(input.byte() % 9) - 1;
     const bool enabled = input.flag();
     switch (input.byte() % 4) {
     case 0:
@@ -217,8 +217,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 
     for (int operations = 0; operations < 64 && !input.isAtEnd(); ++operations) {
         const unsigned operation = input.byte() % 8;
-        const QString group = input.name();
-        const QString key = input.name();
+        const auto [group, key] = input.pair();
         if (operation < 2)
             change(input, *custom, session.custom, group, key, session.handler, {});
         else if (operation < 4)
@@ -229,7 +228,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
             setLogging(input, manager, session.custom);
         else if (operation < 7)
             manager.setCmdLineArgs(
-                {session.commandLineLevel = qint32(input.byte()) - 8, {}, {}, {}});
+                {session.commandLineLevel = static_cast<qint32>(input.byte() % 9) - 2, {}, {}, {}});
 
         expectPair(*custom, session.custom, group, key);
         expectPair(*memory, session.memory, group, key);

@@ -36,8 +36,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
         IStorableBackend &file = storage(manager, isNamed, storageName);
         while (!input.isAtEnd()) {
             const bool isRemoved = input.byte() % 8 == 0;
-            const QString group = input.name();
-            const QString key = input.name();
+            const auto [group, key] = input.pair();
             const QVariant value = isRemoved ? QVariant() : input.value();
             isRemoved ? file.remove(group, key) : file.setValue(group, key, value);
             if (!handler.take().isEmpty())
