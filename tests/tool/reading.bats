@@ -314,6 +314,11 @@ offered()
     [ "$(offered logging l)" = level ]
 }
 
+@test "a large file is not taken for one that ends its reader" {
+    (printf '[a]\nb='; head -c 120000000 /dev/zero | tr '\0' x) >"$custom"
+    [ "$("$STBCONFIG" get a b | wc -c)" = 120000001 ]
+}
+
 @test "the installed command runs from any prefix, with its manual pages" {
     cmake --install "$BUILD_DIR" --prefix "$box/first" >/dev/null
     mv "$box/first" "$box/installed"

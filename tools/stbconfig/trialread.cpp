@@ -21,8 +21,10 @@ bool endsItsReader(const QString &file)
         const rlimit noCore{0, 0};
         setrlimit(RLIMIT_CORE, &noCore);
 #ifndef __SANITIZE_ADDRESS__ // which takes terabytes of addresses for itself
-        // What the machine at hand could give may be more than a box has.
-        const rlimit memory{256 << 20, 256 << 20};
+        // What the machine at hand could give may be more than a box has. A large file may need more:
+        // up to some ten times its size.
+        const auto bytes = (256 << 20) + 16 * static_cast<rlim_t>(QFileInfo(file).size());
+        const rlimit memory{bytes, bytes};
         setrlimit(RLIMIT_AS, &memory);
 #endif
         const int nowhere = open("/dev/null", O_WRONLY);
