@@ -90,6 +90,15 @@ TEST_F(IniSyntax, APercentSignEscapesInNamesAndNotInValues)
     EXPECT_THAT(file().allKeys(), ElementsAre("a b/x/y"));
 }
 
+TEST_F(IniSyntax, AnEntryThatBeginsWithASlashIsListedAndCannotBeReached)
+{
+    writeCustomFile("[a]\n\\x=1\n%2Fy=2\n");
+
+    EXPECT_THAT(file().allKeys(), ElementsAre("a//x", "a//y"));
+    EXPECT_FALSE(file().contains("a", "/x"));
+    EXPECT_FALSE(file().contains("a", "x"));
+}
+
 TEST_F(IniSyntax, OfARepeatedEntryTheLastOneCountsAndSectionsAreJoined)
 {
     writeCustomFile("[a]\nx=1\n[b]\ny=2\n[a]\nx=3\nz=4\n");

@@ -55,6 +55,11 @@ TEST_F(Persistence, KeepsTexts)
 
 TEST_F(Persistence, KeepsAnEmptyText) { EXPECT_THAT(writtenAndReadBack(""), IsEmptyText()); }
 
+TEST_F(Persistence, ReturnsANullTextAsAnEmptyOne)
+{
+    EXPECT_THAT(writtenAndReadBack(QString()), IsEmptyText());
+}
+
 TEST_F(Persistence, ReturnsNumbersAsTexts)
 {
     EXPECT_THAT(writtenAndReadBack(0), IsText("0"));
@@ -82,6 +87,53 @@ TEST_F(Persistence, KeepsListsOfTexts)
 TEST_F(Persistence, ReturnsAListOfOneAsItsText)
 {
     EXPECT_THAT(writtenAndReadBack(QStringList("alone")), IsText("alone"));
+}
+
+TEST_F(Persistence, ReturnsAnEmptyListAsAnInvalidValue)
+{
+    EXPECT_THAT(writtenAndReadBack(QStringList()), IsInvalid());
+    EXPECT_THAT(writtenAndReadBack(QVariantList()), IsInvalid());
+}
+
+TEST_F(Persistence, ReturnsAListOfTextsNumbersAndBooleansAsTexts)
+{
+    EXPECT_THAT(writtenAndReadBack(QVariantList{"a", 7, true}),
+                IsVariant(QStringList{"a", "7", "true"}));
+}
+
+TEST_F(Persistence, ReturnsTheNumbersOfAnyOtherListAsTextsInIt)
+{
+    const QVariantList list =
+        writtenAndReadBack(QVariantList{7, QByteArray("bytes"), QVariant()}).toList();
+
+    ASSERT_EQ(list.size(), 3);
+    EXPECT_THAT(list.at(0), IsText("7"));
+    EXPECT_THAT(list.at(1), IsVariant(QByteArray("bytes")));
+    EXPECT_THAT(list.at(2), IsInvalid());
+}
+
+TEST_F(Persistence, KeepsAListOfOneThatIsNoListOfTexts)
+{
+    const QVariant list = writtenAndReadBack(QVariantList{7});
+
+    EXPECT_THAT(list, IsVariant(QVariantList{7}));
+    EXPECT_THAT(list.toList().value(0), IsVariant(7));
+}
+
+TEST_F(Persistence, ReturnsTextsOfWhichOneHoldsANulAsAListOfVariants)
+{
+    const QString nul(1, QChar());
+
+    EXPECT_THAT(writtenAndReadBack(QStringList{nul, "b"}), IsVariant(QVariantList{nul, "b"}));
+}
+
+TEST_F(Persistence, ReturnsADateBeforeTheJulianDaysAsAnotherInsideAListOrMap)
+{
+    const QDateTime date({-5000, 1, 1}, {12, 30}, Qt::UTC);
+
+    EXPECT_THAT(writtenAndReadBack(date), IsVariant(date));
+    EXPECT_NE(writtenAndReadBack(QVariantList{date}), QVariant(QVariantList{date}));
+    EXPECT_NE(writtenAndReadBack(QVariantMap{{"key", date}}), QVariant(QVariantMap{{"key", date}}));
 }
 
 TEST_F(Persistence, KeepsBytes)
@@ -131,6 +183,34 @@ TEST_F(Persistence, KeepsNamesOfAnyCharacters)
 
     for (const Name &name : names)
         EXPECT_THAT(second.value(name.group, name.key, {}), IsVariant(name.key));
+}
+
+TEST_F(Persistence, ReturnsTheGroupGeneralInThisSpellingOnly)
+{
+    customStorage()->setValue("GENERAL", "x", 1);
+    customStorage()->setValue("GENERAL", "y", 2);
+    customStorage()->setValue("general", "x", 3);
+    restart();
+    scratch.write("moved/custom.conf", contentOf(customFile()));
+    const ConfigurationManager second(scratch.path("moved/"), defaultPrefix(), nullptr);
+    const IReadableBackend *file = second.readOnlyStorage(CustomConfPersistent);
+
+    EXPECT_THAT(file->allKeys(), ElementsAre("General/x", "General/y"));
+    EXPECT_THAT(file->value("General", "x"), IsText("3"));
+}
+
+TEST_F(Persistence, LosesAStorageWhoseNameIsTooLongForAFile)
+{
+    const QString name(256, 'x');
+    IStorableBackend *storage = manager().independentStorage(name);
+    storage->setValue("Video", "output", "hdmi");
+    EXPECT_THAT(storage->value("Video", "output"), IsText("hdmi"));
+    EXPECT_TRUE(storage->isValid());
+    restart();
+
+    EXPECT_THAT(handler.messages(), ::testing::IsEmpty());
+    EXPECT_THAT(QDir(persistentPrefix()).entryList(QDir::Files | QDir::Hidden),
+                ::testing::IsEmpty());
 }
 
 TEST_F(Persistence, NeverWritesTheDefaultFile)
