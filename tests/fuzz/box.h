@@ -8,6 +8,8 @@
 
 #include <QtCore/QStringList>
 
+#include <utility>
+
 /// Ends the process, which is how a fuzzer learns of a failure, and says which fact was false.
 void expect(bool isTrue, const char *fact, const QString &about = {});
 
@@ -18,7 +20,7 @@ class Box
 public:
     Box();
     ~Box();
-    Q_DISABLE_COPY_MOVE(Box)
+    Q_DISABLE_COPY(Box)
 
     QString persistentPrefix() const { return directory + "/data/"; }
     QString defaultPrefix() const { return directory + "/etc/"; }

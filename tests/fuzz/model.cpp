@@ -8,6 +8,7 @@
 #include <QtCore/QDebug>
 
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -146,8 +147,8 @@ void FileModel::remove(const QString &group, const QString &key)
 FileModel FileModel::reread() const
 {
     FileModel result;
-    for (const auto &[name, value] : entries)
-        result.entries[rereadName(name)] = rereadValue(value);
+    for (const auto &entry : entries)
+        result.entries[rereadName(entry.first)] = rereadValue(entry.second);
     return result;
 }
 

@@ -14,7 +14,7 @@
 
 #include <QtCore/QFileInfo>
 
-#include <algorithm>
+#include <map>
 #include <vector>
 
 #include <unistd.h>
@@ -37,7 +37,7 @@ public:
         environ = pointers.data();
     }
     ~Environment() { environ = before; }
-    Q_DISABLE_COPY_MOVE(Environment)
+    Q_DISABLE_COPY(Environment)
 
 private:
     std::vector<QByteArray> texts;
@@ -161,7 +161,6 @@ void changeNamed(Input &input, const ConfigurationManager &manager, Session &ses
     const QString path =
         QFileInfo(session.box.persistentPrefix() + name + ".db").absoluteFilePath();
     IStorableBackend *const storage = manager.independentStorage(name);
-    expect(storage == manager.independentStorage(name), "a name has one storage:", name);
     const bool canBeRefused = name.size() > 255 || name.contains(QChar());
     change(input, *storage, session.named[path], group, key, session.handler,
            canBeRefused ? "unable to write " + path : QString());
