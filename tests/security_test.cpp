@@ -47,6 +47,7 @@ QDataStream &operator<<(QDataStream &stream, const Command &command)
     return stream << command.text;
 }
 
+// cppcheck-suppress constParameter // takes the second >> for a shift
 QDataStream &operator>>(QDataStream &stream, Command &command)
 {
     ++Command::unpacked;
@@ -76,27 +77,17 @@ protected:
         return "@Variant(" + QByteArray("\\0\\0\\0\\x9\\0\\0\\0\\x1").repeated(100000) + ')';
     }
 
-    // Lists of texts that end where their first element should begin. "DateTime" says, before the
-    // length, whether the value is null.
+    // Lists of texts that end where their first element should begin, and claim more than any
+    // memory holds. "DateTime" says, before the length, whether the value is null.
     static QByteArrayList claimedLists()
     {
-        return {"@Variant(\\0\\0\\0\\xb\\x7f\\xff\\xff\\xf0)",
-                "@DateTime(\\0\\0\\0\\xb\\0\\x7f\\xff\\xff\\xf0)"};
+        return {"@Variant(\\0\\0\\0\\xb\\x7f\\xff\\xff\\xff)",
+                "@DateTime(\\0\\0\\0\\xb\\0\\x7f\\xff\\xff\\xff)"};
     }
 
     void writeHostileFile(const QByteArray &value)
     {
         scratch.write("data/custom.conf", "[Good]\nx=1\n[Hostile]\nx=1\ny=" + value + '\n');
-    }
-
-    // Runs the script in a process of its own, with the memory of a box.
-    template <typename Script>
-    static void inSmallProcess(Script script)
-    {
-        const rlimit memory{1 << 30, 1 << 30};
-        setrlimit(RLIMIT_AS, &memory);
-        script();
-        std::_Exit(0);
     }
 };
 
@@ -166,37 +157,36 @@ TEST_F(HostileFile, StopsTheProcessThatWritesAnotherSection)
 TEST_F(HostileFile, ThrowsBadAllocByAListOfClaimedLengthWithQt5)
 {
     if (isSanitized)
-        GTEST_SKIP() << "a sanitizer needs more address space than this allows";
+        GTEST_SKIP() << "a sanitizer ends the process where malloc() would refuse";
     for (const QByteArray &list : claimedLists()) {
         SCOPED_TRACE(list.constData());
         writeHostileFile(list);
-        EXPECT_EXIT(inSmallProcess([this] {
-                        try {
-                            valueOf("Hostile", "y");
-                        } catch (const std::bad_alloc &) {
-                            std::_Exit(qtdifferences::claimedLengthsAreReserved ? 0 : 1);
-                        }
-                        std::_Exit(qtdifferences::claimedLengthsAreReserved ? 1 : 0);
-                    }),
-                    ExitedWithCode(0), "");
+        if (qtdifferences::claimedLengthsAreReserved)
+            EXPECT_THROW(valueOf("Hostile", "y"), std::bad_alloc);
+        else
+            EXPECT_THAT(valueOf("Hostile", "y"), IsVariant(QStringList()));
+        restart();
     }
 }
 
 TEST_F(HostileFile, LosesAChangeInSilenceByAListOfClaimedLengthWithQt5)
 {
     if (isSanitized)
-        GTEST_SKIP() << "a sanitizer needs more address space than this allows";
+        GTEST_SKIP() << "a sanitizer ends the process where malloc() would refuse";
     for (const QByteArray &list : claimedLists()) {
         SCOPED_TRACE(list.constData());
         writeHostileFile(list);
         const QByteArray before = contentOf(customFile());
-        EXPECT_EXIT(inSmallProcess([this] {
-                        customStorage()->setValue("Good", "x", 2);
-                        restart();
-                    }),
-                    ExitedWithCode(0), "");
+        // In a process that ends then: another manager on the file would make Qt read at null.
+        EXPECT_EXIT(
+            {
+                customStorage()->setValue("Good", "x", 2);
+                restart();
+                std::_Exit(handler.messages().isEmpty() ? 0 : 1);
+            },
+            ExitedWithCode(0), "");
+
         EXPECT_EQ(contentOf(customFile()) == before, qtdifferences::claimedLengthsAreReserved);
-        QFile::remove(customFile());
     }
 }
 
