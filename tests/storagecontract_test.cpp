@@ -6,8 +6,6 @@
 using namespace stbconfig;
 using ::testing::Contains;
 
-namespace {
-
 struct Storage
 {
     const char *name;
@@ -16,7 +14,7 @@ struct Storage
 
 void PrintTo(const Storage &storage, std::ostream *out) { *out << storage.name; }
 
-const Storage storages[] = {
+static const Storage writableStorages[] = {
     {"CustomFile",
      [](ConfigurationManager &manager) {
          return manager.dynamicStorage(ConfigurationManager::CustomConfPersistent);
@@ -31,8 +29,6 @@ const Storage storages[] = {
      [](ConfigurationManager &manager) { return manager.independentStorage("channels"); }},
 };
 
-} // namespace
-
 // What every writable storage promises, wherever it keeps its settings.
 class WritableStorage : public SettingsFixture, public ::testing::WithParamInterface<Storage>
 {
@@ -40,7 +36,7 @@ protected:
     IStorableBackend &storage() { return *GetParam().find(manager()); }
 };
 
-INSTANTIATE_TEST_SUITE_P(Of, WritableStorage, ::testing::ValuesIn(storages),
+INSTANTIATE_TEST_SUITE_P(Of, WritableStorage, ::testing::ValuesIn(writableStorages),
                          [](const auto &test) { return test.param.name; });
 
 TEST_P(WritableStorage, IsUsableFromTheStart)
