@@ -19,7 +19,7 @@ QSharedPointer<T> makeShared(Arguments &&...arguments)
 {
     auto object = std::make_unique<T>(std::forward<Arguments>(arguments)...);
     QSharedPointer<T> shared(object.get());
-    object.release();
+    static_cast<void>(object.release()); // it is shared's now
     return shared;
 }
 
