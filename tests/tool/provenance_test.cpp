@@ -49,7 +49,7 @@ TEST_P(EverySubset, WinnerIsWhatTheManagerAnswers)
             ->setValue(group, key, QStringLiteral("memory"));
     }
 
-    const auto answers = provenance::ask(manager, group, key);
+    const auto answers = provenance::ask(manager, Setting{group, key});
     const auto *winner = provenance::winner(answers);
 
     EXPECT_EQ(winner ? winner->value : QVariant(), manager.value(group, key, QVariant()));

@@ -1,227 +1,182 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-#include "commands.h"
+#include "arguments.h"
+#include "child.h"
+#include "commands/commands.h"
+#include "environment.h"
+#include "fileproblem.h"
+#include "identity.h"
 #include "output.h"
-#include "session.h"
-
-#include <QtCore/QCoreApplication>
-#include <QtCore/QFile>
-#include <QtCore/QFileInfo>
 
 #if QT_VERSION_MAJOR < 6
 #include <QtCore/QTextCodec>
 #endif
+#include <QtCore/QDataStream>
+#include <QtCore/QFileInfo>
 
-#include <CLI/CLI.hpp>
-
+#include <algorithm>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <iterator>
+#include <unistd.h>
 
 namespace {
 
-// As CLI11 hands them over.
-struct Arguments
+struct Command
 {
-    std::string persistent = STBCONFIG_PERSISTENT_PREFIX;
-    std::string defaults = STBCONFIG_DEFAULTS_PREFIX;
-    std::string root, environmentFile, value, type = "text", as, glob, loggingName;
-    std::string defaultValue, from, group, storage, shell;
-    std::vector<std::string> address;
-    int pid = 0;
+    const char *name;
+    void (*add)(CommandLine &line);
 };
 
-QString text(const std::string &bytes) { return QString::fromStdString(bytes); }
+constexpr Command commands[] = {
+    {"get", addGet},
+    {"explain", addExplain},
+    {"list", addList},
+    {"diff", addDiff},
+    {"set", addSet},
+    {"unset", addUnset},
+    {"logging", addLogging},
+    {"locale", addLocale},
+    {"locations", addLocations},
+    {"check", addCheck},
+    {"completion", addCompletion},
+    {"complete", addComplete},
+};
 
-Address addressFrom(const std::vector<std::string> &words)
+// To make the options of all commands takes as long as to read the files. So only those are made
+// whose names are among the words; all of them for help, for a name that is none, and to complete.
+void addCommands(CommandLine &line, const QList<QByteArray> &words)
 {
-    return words.size() == 2 ? Address{text(words[0]), text(words[1])} : addressOf(text(words[0]));
+    const auto isNamed = [&words](const Command &command) { return words.contains(command.name); };
+    const bool wantsAll = words.contains("complete")
+        || std::none_of(std::begin(commands), std::end(commands), isNamed);
+    for (const Command &command : commands) {
+        if (wantsAll || isNamed(command))
+            command.add(line);
+    }
 }
 
 void notePrefix(const QString &prefix, const char *file)
 {
-    if (prefix.isEmpty() || prefix.endsWith(QLatin1Char('/')) || !QFileInfo(prefix).isDir())
+    if (prefix.isEmpty() || prefix.endsWith('/') || !QFileInfo(prefix).isDir())
         return;
-    const QString name = QString::fromLatin1(file);
-    output::note(prefix,
-                 QStringLiteral("a directory without its final \"/\": this reads %1; for "
-                                "%2, add the \"/\"")
-                     .arg(prefix + name, prefix + QLatin1Char('/') + name));
+    output::note({prefix,
+                  "a directory without its final \"/\": this reads " + prefix + file + "; for "
+                      + prefix + '/' + file + ", add the \"/\"",
+                  {}});
 }
 
-int run(int argc, char *argv[])
+// In a child, since files, other processes and other users' directories may do anything to it.
+QByteArray runCommand(const CommandLine &line)
 {
-    Options options;
-    Arguments given;
-    CLI::App app{"Shows and changes the settings of a set-top box application, and why each is as "
-                 "it is.",
-                 "stbconfig"};
-    app.set_version_flag("--version", "stbconfig " STBCONFIG_VERSION);
-    app.require_subcommand(1);
-    app.fallthrough();
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    const Arguments &arguments = line.arguments();
+    EnvironmentChoice environmentChoice = arguments.environment;
+    if (arguments.places.root && !environmentChoice.isNamed())
+        environmentChoice.source = EnvironmentChoice::None;
+    environment::choose(environmentChoice, output::note);
+    const Files files(arguments.places, line.storage());
+    if (!arguments.places.asRoot)
+        identity::becomeOwner(files);
+    notePrefix(files.persistentPrefix(), names::customFile);
+    notePrefix(files.defaultsPrefix(), names::defaultsFile);
 
-    app.add_option("--persistent", given.persistent, "prefix of custom.conf and the *.db storages")
-        ->envname("STBCONFIG_PERSISTENT_PREFIX")
-        ->capture_default_str();
-    app.add_option("--defaults", given.defaults, "prefix of stbapp.conf")
-        ->envname("STBCONFIG_DEFAULTS_PREFIX")
-        ->capture_default_str();
-    app.add_option("--root", given.root, "directory before both; leaves the environment out");
-    auto *noEnvironment = app.add_flag("--no-env", options.noEnvironment, "no variables");
-    auto *environmentFile =
-        app.add_option("--env-file", given.environmentFile, "variables from NAME=VALUE lines")
-            ->excludes(noEnvironment);
-    auto *pid = app.add_option("--pid", given.pid, "variables of that process")
-                    ->excludes(noEnvironment)
-                    ->excludes(environmentFile);
-    app.add_flag("--json", options.json, "print JSON");
-    app.add_flag("--show-secrets", options.showSecrets, "do not mask secrets");
-    app.add_flag("-v", options.verbose, "say more on stderr");
-
-    const auto addAddress = [&given](CLI::App *command) {
-        return command->add_option("setting", given.address, "GROUP KEY or GROUP/KEY")
-            ->expected(1, 2);
-    };
-    std::vector<CLI::Option *> storages;
-    const auto addStorage = [&](CLI::App *command) {
-        storages.push_back(command->add_option("--storage", given.storage, "a named storage"));
-        command->add_flag("--create", options.create, "accept a storage that has no file yet");
-    };
-    const CLI::IsMember types({"text", "int", "bool", "list"});
-
-    auto *getCommand = app.add_subcommand("get", "print a value");
-    addAddress(getCommand)->required();
-    auto *defaultValue = getCommand->add_option("--default", given.defaultValue, "if not set");
-    std::vector<CLI::Option *> fromOptions{
-        getCommand->add_option("--from", given.from, "one location")};
-    getCommand->add_option("--as", given.as, "convert the value")->check(types);
-    addStorage(getCommand);
-
-    auto *explainCommand = app.add_subcommand("explain", "say which location answers, and why");
-    addAddress(explainCommand)->required();
-
-    auto *listCommand = app.add_subcommand("list", "list all settings");
-    listCommand->add_option("glob", given.glob, "only those that match");
-    fromOptions.push_back(listCommand->add_option("--from", given.from, "one location"));
-    listCommand->add_flag("--origin", options.origin, "with the location, also with -0");
-    listCommand->add_flag("--keys", options.keysOnly, "names alone");
-    addStorage(listCommand);
-
-    auto *diffCommand = app.add_subcommand("diff", "compare with the defaults");
-    diffCommand->add_option("glob", given.glob, "only those that match");
-
-    auto *setCommand = app.add_subcommand("set", "store a value in the custom file");
-    // The last word is the value, so that GROUP KEY VALUE needs no option.
-    setCommand->add_option("setting", given.address, "GROUP KEY VALUE or GROUP/KEY VALUE")
-        ->expected(2, 3)
-        ->required();
-    setCommand->add_option("--type", given.type, "type of the value")->check(types);
-    setCommand->add_flag("--dry-run", options.dryRun, "check, but write nothing");
-    addStorage(setCommand);
-
-    auto *unsetCommand = app.add_subcommand("unset", "remove from the custom file");
-    auto *unsetAddress = addAddress(unsetCommand);
-    auto *group =
-        unsetCommand->add_option("--group", given.group, "a whole group")->excludes(unsetAddress);
-    auto *redundant =
-        unsetCommand->add_flag("--redundant", options.redundant, "what equals the defaults")
-            ->excludes(unsetAddress)
-            ->excludes(group);
-    unsetCommand->add_flag("--dry-run", options.dryRun, "check, but write nothing");
-    addStorage(unsetCommand);
-    redundant->excludes(storages.back());
-
-    auto *loggingCommand = app.add_subcommand("logging", "show or set the logging settings");
-    auto *loggingName = loggingCommand->add_option("name", given.loggingName, "a setting");
-    auto *loggingValue =
-        loggingCommand->add_option("value", given.value, "its new value")->needs(loggingName);
-    loggingName->needs(loggingValue);
-
-    auto *localeCommand = app.add_subcommand("locale", "show the default locale");
-    auto *locationsCommand = app.add_subcommand("locations", "show the locations and their files");
-    auto *checkCommand = app.add_subcommand("check", "find what will hurt");
-    auto *completionCommand = app.add_subcommand("completion", "print a completion script");
-    completionCommand->add_option("shell", given.shell, "bash")
-        ->required()
-        ->check(CLI::IsMember({"bash"}));
-    auto *readBackCommand = app.add_subcommand("read-back", "")->group("");
-    addStorage(readBackCommand);
-
-    // Not inherited like the others: to CLI11, "-0" would be a number and so the glob.
-    for (CLI::App *command : {listCommand, diffCommand, checkCommand, getCommand})
-        command->add_flag("-0", options.nullSeparated, "end records with NUL");
-
+    int status = Done;
+    Problem problem;
     try {
-        app.parse(argc, argv);
-        if (unsetCommand->parsed()
-            && unsetAddress->count() + group->count() + redundant->count() == 0)
-            throw CLI::RequiredError("a setting, --group or --redundant");
-    } catch (const CLI::Success &help) {
-        return app.exit(help);
-    } catch (const CLI::ParseError &error) {
-        output::complain(QStringLiteral("arguments"), text(error.what()),
-                         QStringLiteral("see stbconfig --help"));
-        return Misuse;
+        status = line.run({arguments, files});
+    } catch (const Failure &failure) {
+        status = failure.status;
+        problem = failure.problem;
     }
+    QByteArray result;
+    QDataStream stream(&result, QIODevice::WriteOnly);
+    stream << status << output::printed() << problem.thing << problem.whatHappened
+           << problem.whatToDo;
+    return result;
+}
 
-    options.program = QFile::decodeName(argv[0]);
-    options.persistentPrefix = text(given.persistent);
-    options.defaultsPrefix = text(given.defaults);
-    options.root = text(given.root);
-    if (environmentFile->count())
-        options.environmentFile = text(given.environmentFile);
-    if (pid->count())
-        options.pid = given.pid;
-    if (setCommand->parsed()) {
-        options.value = text(given.address.back());
-        given.address.pop_back();
-    } else {
-        options.value = text(given.value);
-    }
-    if (!given.address.empty()) {
-        options.address = addressFrom(given.address);
-        // To Qt, a name without a key means a whole group.
-        if (options.address.key.isEmpty()) {
-            throw Failure{Misuse, QStringLiteral("setting"), QStringLiteral("no key"),
-                          QStringLiteral("give GROUP KEY or GROUP/KEY")};
-        }
-    }
-    options.type = text(getCommand->parsed() ? given.as : given.type);
-    options.glob = text(given.glob);
-    options.loggingName = text(given.loggingName);
-    if (defaultValue->count())
-        options.defaultValue = text(given.defaultValue);
-    for (const auto *option : fromOptions)
-        if (option->count())
-            options.from = text(given.from);
-    if (group->count())
-        options.group = text(given.group);
-    for (const auto *option : storages)
-        if (option->count())
-            options.storage = text(given.storage);
+// The name of the file that has ended the child, found out by another child.
+Failure whyDied(const CommandLine &line, const child::End &end, ExitStatus otherwise,
+                std::chrono::seconds limit)
+{
+    const Arguments &arguments = line.arguments();
+    const child::End search = child::run(limit, [&]() -> QByteArray {
+        const Files files(arguments.places, line.storage());
+        if (!arguments.places.asRoot)
+            identity::becomeOwner(files);
+        if (const auto problem = fileproblem::ofReader(files.openedAtOnce()))
+            throw Failure{CannotRead, *problem};
+        return {};
+    });
+    return search.failure.value_or(
+        Failure{otherwise, {"stbconfig", end.why, "try again, and tell its maintainers"}});
+}
 
-    if (completionCommand->parsed())
-        return completion();
-    if (readBackCommand->parsed())
-        return readBack(options);
-    notePrefix(options.persistentPrefix, "custom.conf");
-    notePrefix(options.defaultsPrefix, "stbapp.conf");
-
-    const std::pair<CLI::App *, ExitStatus (*)(const Options &)> commands[] = {
-        {getCommand, get},         {explainCommand, explain}, {listCommand, list},
-        {diffCommand, diff},       {setCommand, set},         {unsetCommand, unset},
-        {loggingCommand, logging}, {localeCommand, locale},   {locationsCommand, locations},
-        {checkCommand, check}};
-    for (const auto &[command, function] : commands) {
-        if (command->parsed())
-            return function(options);
+ExitStatus runInChild(const CommandLine &line)
+{
+    // Below the 35 seconds that no command may take.
+    constexpr std::chrono::seconds limit(34);
+    const auto start = std::chrono::steady_clock::now();
+    const child::End end = child::run(limit, [&line] { return runCommand(line); });
+    const ExitStatus ifLost = line.isWriter() ? NotSaved : CannotRead;
+    if (end.failure)
+        throw *end.failure;
+    if (end.how == child::End::NotStarted)
+        throw Failure{ifLost, {"stbconfig", end.why, "end some processes, or free some memory"}};
+    if (end.how == child::End::TimedOut) {
+        throw Failure{ifLost,
+                      {line.isWriter() ? "not saved" : "stbconfig", end.why,
+                       "see what holds the files or their disk"}};
     }
-    return Misuse;
+    if (end.how == child::End::Died) {
+        const auto passed = std::chrono::steady_clock::now() - start;
+        throw whyDied(line, end, ifLost, limit - std::chrono::ceil<std::chrono::seconds>(passed));
+    }
+    int status = Done;
+    QByteArray printed;
+    Problem problem;
+    QDataStream stream(end.result);
+    stream >> status >> printed >> problem.thing >> problem.whatHappened >> problem.whatToDo;
+    std::fwrite(printed.constData(), 1, static_cast<size_t>(printed.size()), stdout);
+    std::fflush(stdout); // before the complaint, if both go to one terminal
+    if (!problem.thing.isNull())
+        output::note(problem);
+    return ExitStatus(status);
+}
+
+// Whoever closes these must not find our pipes in their places.
+void openStandardStreams()
+{
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        // The wrong way round, so that reading or writing a closed one still fails.
+        if (fcntl(stream, F_GETFD) < 0)
+            static_cast<void>(open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+    }
+}
+
+ExitStatus run(int argc, char *argv[])
+{
+    CommandLine line;
+    QList<QByteArray> words;
+    for (int i = 1; i < argc; ++i)
+        words.append(QByteArray::fromRawData(argv[i], static_cast<int>(std::strlen(argv[i]))));
+    addCommands(line, words);
+    if (const auto status = line.parse(argc, argv))
+        return *status;
+    return runInChild(line);
 }
 
 } // namespace
 
 int main(int argc, char *argv[]) // NOLINT(bugprone-exception-escape): only for want of memory
 {
+    openStandardStreams();
+    std::signal(SIGCHLD, SIG_DFL); // where it is ignored, nobody can wait for a child
 #if QT_VERSION_MAJOR < 6
     // A box's shell is often in the C locale, yet names and values are UTF-8. Qt 6 asks no locale.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
@@ -230,13 +185,13 @@ int main(int argc, char *argv[]) // NOLINT(bugprone-exception-escape): only for 
     try {
         status = run(argc, argv);
     } catch (const Failure &failure) {
-        output::complain(failure.thing, failure.whatHappened, failure.whatToDo);
+        output::note(failure.problem);
         status = failure.status;
     }
     if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
-        output::complain(QStringLiteral("standard output"), QStringLiteral("cannot be written"),
-                         QStringLiteral("give it a place with space left"));
+        output::note({"standard output", "cannot be written", "give it a place with space left"});
         return CannotRead;
     }
-    return status;
+    // To take everything down one by one takes longer than the kernel does.
+    std::_Exit(status);
 }

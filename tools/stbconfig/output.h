@@ -4,8 +4,10 @@
 #ifndef STBCONFIG_TOOL_OUTPUT_H
 #define STBCONFIG_TOOL_OUTPUT_H
 
-#include "options.h"
+#include "names.h"
+#include "problem.h"
 
+#include <QtCore/QByteArray>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 #include <QtCore/QVariant>
@@ -14,29 +16,66 @@
 // What the commands print, and how: for a person, for a shell or as JSON.
 namespace output {
 
-/// One line on stdout.
-void line(const QString &text);
-void record(const QString &text, const Options &options);
-/// One line on stderr.
-void complain(const QString &thing, const QString &whatHappened, const QString &whatToDo);
-void note(const QString &thing, const QString &text);
+struct Format
+{
+    bool json = false;
+    bool nullSeparated = false;
+    bool showSecrets = false;
+};
 
-void json(const QJsonObject &object);
-void json(const QJsonArray &array);
+/// The columns that every line has, but for a table's on a wide terminal.
+inline constexpr int widest = 80;
 
-/// A text, or an array for a list; masked like shown().
-QJsonValue jsonValue(const Address &address, const QVariant &value, const Options &options);
+/// What has been printed for standard output: it goes there when the command has ended.
+QByteArray printed();
 
-/// A value for a person: in one line, lists as "a, b", secrets as asterisks.
-QString shown(const Address &address, const QVariant &value, const Options &options);
-/// The same for scripts: line breaks stay, because the record ends in NUL.
-QString plain(const QVariant &value);
+/// One line, its second half emphasised on a terminal.
+void line(const QString &text, const QString &emphasised = {});
+/// Words that follow each other with a blank, in lines that end before the 80th column; from the
+/// second line on they are indented.
+void paragraph(const QString &text);
+/// The text, moved to the right by so many columns, or by as many as the 80 leave.
+QString indented(const QString &text, int indent);
+void object(const QJsonObject &object);
 
-bool isSecret(const QString &key);
-QString bold(const QString &text);
+/// One answer, in each of the ways in which it can be asked for.
+struct Row
+{
+    QJsonValue json;
+    QStringList cells; // for a person, safe to show
+    QStringList fields; // for a script, as they are
+};
 
-/// Rows in columns; on a terminal, the last column is cut where the line ends.
-void table(const QVector<QStringList> &rows);
+/// Rows as a table, as records of fields with NUL at their ends, or as a JSON array.
+void rows(const QVector<Row> &rows, const Format &format);
+/// The same, without columns: each cell is a line.
+void lines(const QVector<Row> &rows, const Format &format);
+
+/// A value alone: exactly what it is, but where a terminal would obey it.
+void bare(const QStringList &texts, const Format &format);
+
+/// One line on stderr, at once.
+void note(const Problem &problem);
+
+/// A name or path in one line that moves no cursor, and that no other name looks like.
+QString safe(const QString &text);
+/// A value for a person: a list as ["a", "b"], what has no text by its type, a text that could be
+/// taken for one of these in quotes, and secrets as asterisks.
+QString shown(const Setting &setting, const QVariant &value, const Format &format);
+/// A value for a script; masked like shown().
+QString field(const Setting &setting, const QVariant &value, const Format &format);
+/// A text, an array for a list, an object for what has no text; masked like shown().
+QJsonValue json(const Setting &setting, const QVariant &value, const Format &format);
+/// The same, or null for none.
+template <typename Answer>
+QJsonValue jsonOrNull(const Setting &setting, const Answer *answer, const Format &format)
+{
+    return answer ? json(setting, answer->value, format) : QJsonValue();
+}
+
+/// How many columns of a terminal the text takes.
+int columns(const QString &text);
+QString padded(const QString &text, int width);
 
 } // namespace output
 

@@ -34,4 +34,4 @@ FILES:${PN}-dev = " \
     ${libdir}/libstbconfig.so \
     ${libdir}/pkgconfig \
 "
-FILES:${PN}-tools = "${bindir} ${datadir}/bash-completion"
+FILES:${PN}-tools = "${bindir} ${datadir}/bash-completion ${datadir}/fish ${datadir}/zsh"

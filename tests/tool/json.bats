@@ -1,0 +1,292 @@
+# SPDX-FileCopyrightText: The stbconfig authors
+# SPDX-License-Identifier: MIT
+
+load support
+
+setup_file()
+{
+    ! /usr/bin/python3 -c 'import jsonschema' 2>/dev/null || export HAS_VALIDATOR=1
+}
+
+# Given a schema's name, a status and a command's words, runs the command and holds its output
+# against the schema.
+holds()
+{
+    [ -n "$HAS_VALIDATOR" ] || skip "no python3-jsonschema here"
+    local schema=$1 wanted=$2 found=0
+    shift 2
+    output=$("$STBCONFIG" --json "$@" 2>"$box/errors") || found=$?
+    [ "$found" = "$wanted" ] || { echo "status $found: $(cat "$box/errors")"; return 1; }
+    "$BATS_TEST_DIRNAME/validate.py" "$schema" <<<"$output" || { echo "$output"; return 1; }
+}
+
+# Holds a Python expression over d against the last output.
+says()
+{
+    python3 -c "import json, sys; d = json.loads(sys.argv[1]); assert $1, d" "$output"
+}
+
+@test "get prints a text, a list or a default" {
+    printf '[A]\ntext=x\nlist=a, b\none="[a]"\nempty=\n' >"$custom"
+    holds get 0 get A text
+    says "d == {'group': 'A', 'key': 'text', 'value': 'x', 'origin': 'CustomConfPersistent'}"
+    holds get 0 get A list
+    says "d['value'] == ['a', 'b']"
+    holds get 0 get A one
+    says "d['value'] == '[a]'"
+    holds get 0 get A empty
+    says "d['value'] == ''"
+    holds get 0 get A no --default 5
+    says "d['value'] == '5' and d['origin'] == '--default'"
+    printf 'top=1\n' >"$custom"
+    holds get 0 get /top
+    says "d['group'] == '' and d['key'] == 'top'"
+}
+
+@test "get has the type that was asked for" {
+    printf '[A]\nn=" 12 "\nb=no\nl=a, b\n' >"$custom"
+    holds get 0 get A n --as int
+    says "d['value'] == 12 and type(d['value']) is int"
+    holds get 0 get A b --as bool
+    says "d['value'] is True"
+    holds get 0 get A n --as text
+    says "d['value'] == ' 12 '"
+    holds get 0 get A n --as list
+    says "d['value'] == [' 12 ']"
+    holds get 0 get A l --as list
+    says "d['value'] == ['a', 'b']"
+    holds get 0 get A no --default 7 --as int
+    says "d['value'] == 7"
+}
+
+@test "a secret is open in get and masked elsewhere" {
+    printf '[User]\npin=1234\n' >"$custom"
+    holds get 0 get User pin
+    says "d['value'] == '1234'"
+    for words in "explain 0 explain User pin" "list 0 list" "diff 1 diff" \
+        "set 0 set User pin 4711"; do
+        holds $words
+        [[ $output != *1234* && $output != *4711* && $output == *'"********"'* ]] ||
+            { echo "$words: $output"; return 1; }
+    done
+    holds list 0 list --show-secrets
+    [[ $output == *4711* ]]
+}
+
+@test "a value without a text has its type, in every command" {
+    printf '[A]\na=@Size(1 2)\nb=@Invalid()\nc=@ByteArray()\nd=@Rect(1 2 3 4)\n' >"$custom"
+    holds get 0 get A a
+    says "d['value'] == {'type': 'QSize', 'text': '@Size(1 2)'}"
+    holds get 0 get A b
+    says "d['value'] == {'type': 'invalid', 'text': '@Invalid()'}"
+    holds explain 0 explain A b
+    says "d['value'] == d['answers'][0]['value'] == {'type': 'invalid', 'text': '@Invalid()'}"
+    holds list 0 list A
+    says "all(type(row['value']) is dict for row in d) and len(d) == 4"
+    holds diff 1 diff A
+    says "all(type(row['value']) is dict for row in d) and len(d) == 4"
+    cp "$custom" "$defaults"
+    holds unset 0 unset A b
+    says "d[0]['value'] == {'type': 'invalid', 'text': '@Invalid()'}"
+}
+
+@test "half a character pair, control and format characters are escaped and come back" {
+    printf '[A]\na="\\xd800x"\nb="\\x202e"\nc="\\x7f"\nd="\\x9b"\ne="\\x1b[31m"\nf="\\xfeff"\ng="\\0"\nh="\\x2028"\n' >"$custom"
+    printf '%%U202Ek=1\n[%%U202EG%%U009B]\nk=1\n' >>"$custom"
+    local -A values=([a]='\ud800x' [b]='\u202e' [c]='\x7f' [d]='\x9b' [e]='\x1b[31m'
+        [f]='\ufeff' [g]='\0' [h]='\u2028')
+    for key in "${!values[@]}"; do
+        holds get 0 get A "$key"
+        says "d['value'] == '${values[$key]}'"
+        holds explain 0 explain A "$key"
+        says "d['value'] == '${values[$key]}'"
+    done
+    holds list 0 list
+    says "'A/\u202ek' in [row['setting'] for row in d]"
+    says "'\u202eG\x9b/k' in [row['setting'] for row in d]"
+    holds diff 1 diff
+    holds check 0 check
+    holds get 0 get $'\u202eG\u009b' k
+    sed -i '/^[af]=/d' "$custom" # which Qt 6 cannot write again
+    holds set 0 set $'\u202eG\u009b' k $'\u202e'
+    holds unset 0 unset $'\u202eG\u009b' k
+}
+
+@test "explain states every location's answer" {
+    printf '[Logging]\nlevel=debug\n' >"$custom"
+    export STBAPP_VIDEO_OUTPUT=vga
+    holds explain 0 explain Video output
+    says "(d['winner'], d['value'], d['reader']) == ('EnvironmentVariables', 'vga', '')"
+    says "[a['held'] for a in d['answers']] == [False, False, True, True, False]"
+    says "d['answers'][2]['source'] == 'STBAPP_VIDEO_OUTPUT'"
+    says "d['answers'][3]['reason'] == 'shadowed by EnvironmentVariables'"
+    holds explain 1 explain a b
+    says "d['winner'] is None and d['value'] is None"
+    holds explain 0 explain Logging level
+    says "d['reader'].startswith('logging reader: takes 4 debug')"
+    printf '[Video]\noutput=scart\n' >"$custom"
+    holds explain 0 explain Video output
+    says "d['answers'][2]['reason'] == 'shadowed by CustomConfPersistent'"
+    echo broken >>"$custom"
+    holds explain 3 explain Video output
+}
+
+@test "list states each setting, its value and its origin" {
+    printf '[A]\nb=1, 2\n' >"$custom"
+    printf '[A]\nc=1\n' >"$box/var/epg.db"
+    holds list 0 list
+    says "d == [{'setting': 'A/b', 'value': ['1', '2'], 'origin': 'CustomConfPersistent'}, {'setting': 'Video/output', 'value': 'hdmi', 'origin': 'StbappConfDefault'}]"
+    holds list 0 list --keys
+    says "len(d) == 2"
+    holds list 0 list --storage epg
+    says "d == [{'setting': 'A/c', 'value': '1', 'origin': '$box/var/epg.db'}]"
+    holds list 1 list nothing
+    says "d == []"
+}
+
+@test "diff states each state" {
+    printf '[Video]\noutput=hdmi\nmode=1\n[A]\nx=1\n' >"$custom"
+    printf '[Video]\noutput=hdmi\nmode=2\n' >"$defaults"
+    STBAPP_A_X=5 holds diff 1 diff
+    says "[row['state'] for row in d] == ['added', 'shadowed', 'changed', 'redundant']"
+    says "d[2] == {'setting': 'Video/mode', 'state': 'changed', 'location': 'CustomConfPersistent', 'value': '1', 'default': '2'}"
+    holds diff 0 diff nothing
+    says "d == []"
+}
+
+@test "set states what it stores, in a dry run too" {
+    for change in "" --dry-run; do
+        holds set 0 set A b x $change
+        says "d == {'group': 'A', 'key': 'b', 'value': 'x', 'file': '$custom', 'changed': True, 'dryRun': '$change' != ''}"
+        holds set 0 set A n 5 --type int $change
+        says "type(d['value']) is int and d['value'] == 5"
+        holds set 0 set A t true --type bool $change
+        says "d['value'] is True"
+        holds set 0 set A l a,b --type list $change
+        says "d['value'] == ['a', 'b']"
+        holds set 0 set A e '' $change
+        says "d['value'] == ''"
+        holds set 0 set A b x --storage epg --create $change
+        says "d['file'] == '$box/var/epg.db'"
+        holds set 0 logging level debug $change
+        says "d['group'] == 'Logging' and d['value'] == 'debug'"
+        rm -f "$custom" "$box/var/epg.db"
+    done
+    "$STBCONFIG" set A b x
+    holds set 0 set A b x
+    says "d['changed'] is False"
+}
+
+@test "unset states what answers then, in a dry run too" {
+    for change in --dry-run ""; do
+        printf '[A]\nb=1\nc=2\n[Video]\noutput=scart\n' >"$custom"
+        holds unset 0 unset Video output $change
+        says "d == [{'setting': 'Video/output', 'value': 'hdmi', 'origin': 'StbappConfDefault', 'dryRun': '$change' != ''}]"
+        holds unset 0 unset --group A $change
+        says "d == [{'setting': 'A/b', 'value': None, 'origin': None, 'dryRun': '$change' != ''}, {'setting': 'A/c', 'value': None, 'origin': None, 'dryRun': '$change' != ''}]"
+        printf '[Video]\noutput=hdmi\n' >"$custom"
+        holds unset 0 unset --redundant $change
+        says "len(d) == 1"
+        printf '[A]\nb=1\n' >"$box/var/epg.db"
+        holds unset 0 unset A b --storage epg $change
+        says "d[0]['origin'] is None"
+    done
+    holds unset 0 unset --redundant
+    says "d == []"
+}
+
+@test "logging states what the reader takes and from where" {
+    holds logging 0 logging
+    says "d[1] == {'name': 'responseLengthLimit', 'effective': 0, 'meaning': None, 'stored': None, 'source': 'built in'}"
+    printf '[Logging]\nlevel=verbose\nresponseLengthLimit=a, b\njsonFormattingEnabled=true\nimageRequestsEnabled=@Invalid()\n' >"$custom"
+    holds logging 0 logging
+    says "d[0] == {'name': 'level', 'effective': 0, 'meaning': 'critical', 'stored': 'verbose', 'source': 'CustomConfPersistent'}"
+    says "d[2]['effective'] is True and d[3]['stored']['type'] == 'invalid'"
+}
+
+@test "locale states the result and its origin" {
+    holds locale 0 locale
+    says "d == {'locale': 'ru_RU', 'text': 'ru', 'origin': 'built in'}"
+    printf '[Profile]\nlocale=nonsense\n' >"$custom"
+    holds locale 1 locale
+    says "d == {'locale': 'C', 'text': 'nonsense', 'origin': 'CustomConfPersistent'}"
+}
+
+@test "locations states the files' state, and why one is not opened" {
+    touch "$custom.lock" "$box/var/.db"
+    mkfifo "$box/var/epg.db"
+    holds locations 0 locations
+    says "[row['name'] for row in d] == ['CustomConfPersistent', 'StbappConfDefault', '', 'epg', 'TemporaryApplicationStorage', 'EnvironmentVariables', 'DhcpOptionsConf']"
+    says "d[0]['lock'] and not d[0]['exists'] and d[0]['problem'] is None"
+    says "d[1]['exists'] and d[1]['size'] > 0"
+    says "d[3]['problem'] and not d[3]['readable']"
+}
+
+# Holds the findings, and keeps their names.
+found()
+{
+    holds check "$@" check
+    python3 -c "import json, sys; [print(f['id']) for f in json.loads(sys.argv[1])]" "$output" >>"$box/found"
+}
+
+@test "check states every kind of finding" {
+    printf '; gone\n#x=1\n[A]\na=\303\251\nb=1,2\npassword=x\nc=x;y\nd="x\n' >"$custom"
+    printf '[A]\nt=@Variant(\\0\\0\\0\\x9\\0\\0\\0\\0)\n' >"$box/var/epg.db"
+    touch "$custom.lock"
+    found 1
+    printf '[A]\nb=no\nB=2\na_b=1\n[A_A]\nb=1\nb=2\n[Logging]\nlevel=verbose\n[Profile]\nlocale=xx!\n[Video]\noutput=hdmi\n' >"$custom"
+    STBAPP_A_B=2 STBAPP_VIDEO_OUTPUT='' STBAPP_OTHER=1 STBAPP_LOGGING_LEVEL=1 found 1
+    rm "$custom"
+    STBCONFIG_PERSISTENT_PREFIX=$box/var found 1
+    nested "$custom"
+    found 3
+    printf 'broken\n' >"$custom"
+    found 3
+    rm "$custom"
+    mkdir "$custom"
+    found 3
+    rmdir "$custom"
+    if [ "$(id -u)" = 0 ]; then
+        touch "$custom"
+        chown 65534 "$custom"
+        found 1
+    else
+        echo foreign-owner >>"$box/found" # cannot be made here
+    fi
+    [ "$QT_MAJOR" = 5 ] || echo non-ascii >>"$box/found" # is nothing to be warned of
+    # As the command itself lists them.
+    diff <(sed -n 's/^ *{"\(.*\)", Severity::.*/\1/p' "$BATS_TEST_DIRNAME/../../tools/stbconfig/check/finding.cpp" | sort) \
+        <(sort -u "$box/found")
+}
+
+@test "an answer of nothing is JSON too" {
+    rm "$defaults"
+    for words in "list 1 list" "diff 0 diff" "unset 0 unset --redundant" "check 0 check --ignore missing"; do
+        holds $words
+        says "d == []"
+    done
+}
+
+@test "the manual names every field, finding and severity of the schemas" {
+    manual=$BATS_TEST_DIRNAME/../../tools/stbconfig/man/stbconfig.1.scd
+    schemas=$BATS_TEST_DIRNAME/../../tools/stbconfig/schemas
+    python3 - "$manual" "$schemas" <<'END'
+import json, pathlib, re, sys
+
+manual = pathlib.Path(sys.argv[1]).read_text(encoding="utf-8").replace("_", " ")
+
+def words_of(part):
+    if isinstance(part, dict):
+        yield from part.get("properties", {})
+        yield from (word for word in part.get("enum", []) if word)
+        part = list(part.values())
+    if isinstance(part, list):
+        for each in part:
+            yield from words_of(each)
+
+for path in pathlib.Path(sys.argv[2]).glob("*.json"):
+    for word in words_of(json.loads(path.read_text(encoding="utf-8"))):
+        if " " not in word and not re.search(rf"(?<![\w-]){word}(?![\w-])", manual):
+            sys.exit(f"{path.name}: {word}: not in the manual")
+END
+}

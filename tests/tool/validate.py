@@ -1,0 +1,96 @@
+#!/usr/bin/python3
+# SPDX-FileCopyrightText: The stbconfig authors
+# SPDX-License-Identifier: MIT
+"""Usage: validate.py SCHEMA <OUTPUT
+Fails unless the output is JSON that a terminal can be shown and that the schema in the command's
+folder describes, and unless the schema refuses every output that differs in a field."""
+import copy
+import json
+import pathlib
+import sys
+import unicodedata
+
+import jsonschema
+
+FOLDER = pathlib.Path(__file__).resolve().parents[2] / "tools/stbconfig/schemas"
+SCHEMAS = {path.name: json.loads(path.read_text(encoding="utf-8")) for path in FOLDER.glob("*.json")}
+WRONG = ["neither a text", 7]  # a list, but not one of texts
+
+
+def objects_in(schema):
+    """Every part of the schema that says which fields an object has."""
+    if isinstance(schema, dict):
+        if "properties" in schema and "type" in schema:
+            yield schema
+        schema = list(schema.values())
+    if isinstance(schema, list):
+        for part in schema:
+            yield from objects_in(part)
+
+
+def require_closed(name):
+    jsonschema.Draft202012Validator.check_schema(SCHEMAS[name])
+    for part in objects_in(SCHEMAS[name]):
+        if part.get("additionalProperties") is not False:
+            sys.exit(f"{name}: accepts further fields beside {list(part['properties'])}")
+        if set(part.get("required", [])) != set(part["properties"]):
+            sys.exit(f"{name}: {set(part['properties'])} are not all required")
+
+
+def fields(pairs):
+    names = [name for name, _ in pairs]
+    if len(names) != len(set(names)):
+        sys.exit(f"a field comes twice: {names}")
+    return dict(pairs)
+
+
+def parsed(text):
+    for character in text:
+        if unicodedata.category(character) in ("Cc", "Cf", "Cs", "Zl", "Zp") and character != "\n":
+            sys.exit(f"U+{ord(character):04X} stands in the output as it is")
+    return json.loads(text, object_pairs_hook=fields,
+                      parse_constant=lambda word: sys.exit(f"{word} is no JSON"))
+
+
+def places_in(output, place=()):
+    """Where the objects are, and how one gets there."""
+    if isinstance(output, dict):
+        yield place
+    items = output.items() if isinstance(output, dict) else \
+        enumerate(output) if isinstance(output, list) else []
+    for name, part in items:
+        yield from places_in(part, (*place, name))
+
+
+def altered(output):
+    """What was altered, and the output with it."""
+    yield "a text in place of all", "text"
+    yield "a list in place of all", WRONG
+    for place in places_in(output):
+        found = copy.deepcopy(output)
+        part = found
+        for step in place:
+            part = part[step]
+        where = "/".join(map(str, place))
+        for field, value in list(part.items()):
+            del part[field]
+            yield f"{where} without {field}", found
+            part[field] = WRONG
+            yield f"{where} with another {field}", found
+            part[field] = value
+        part["another"] = 1
+        yield f"{where} with one field more", found
+
+
+name = f"{sys.argv[1]}.json"
+require_closed("definitions.json")
+require_closed(name)
+output = parsed(sys.stdin.buffer.read().decode("utf-8"))
+validator = jsonschema.Draft202012Validator(
+    SCHEMAS[name], resolver=jsonschema.RefResolver("", SCHEMAS[name], store=SCHEMAS))
+errors = list(validator.iter_errors(output))
+if errors:
+    sys.exit("\n".join(f"{name}: {list(error.absolute_path)}: {error.message}" for error in errors))
+for what, wrong in altered(output):
+    if validator.is_valid(wrong):
+        sys.exit(f"{name}: accepts an output that differs: {what}")

@@ -1,0 +1,306 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#include "arguments.h"
+
+#include <QtCore/QMap>
+
+#include <algorithm>
+#include <cctype>
+#include <string>
+#include <vector>
+
+namespace {
+
+// Put before a word that CLI11 would read as something else than a word.
+constexpr char protection = '\x01';
+
+// Where the value of "--name=value" begins; npos in other words.
+size_t valueBegin(const std::string &word)
+{
+    const size_t equals = word.compare(0, 2, "--") == 0 ? word.find('=') : std::string::npos;
+    return equals == std::string::npos ? equals : equals + 1;
+}
+
+// "-hidden" would be "-h" and more, though no option here has one letter and a word.
+size_t protectedPlace(const std::string &word)
+{
+    const size_t begin = valueBegin(word);
+    if (begin != std::string::npos)
+        return begin;
+    const bool isShort = word.size() > 1 && word[0] == '-' && word[1] != '-'
+        && std::isdigit(static_cast<unsigned char>(word[1])) == 0;
+    return isShort ? 1 : 0;
+}
+
+// "++" would end the command, and the value of "--name=" would be the next word.
+std::string protectedWord(std::string word)
+{
+    const size_t place = protectedPlace(word);
+    const bool isMark = place < word.size() && word[place] == protection;
+    if (isMark || word == "++" || (place == 1 ? word.size() > 2 : place > 1))
+        word.insert(place, 1, protection);
+    return word;
+}
+
+// Of a word, or of the value of "--name=value" alone.
+QString unprotected(std::string word)
+{
+    const size_t place = word.empty() || word.front() == protection ? 0 : protectedPlace(word);
+    if (place < word.size() && word[place] == protection)
+        word.erase(place, 1);
+    return textOf(QByteArray::fromStdString(word));
+}
+
+const QMap<QString, value::Type> &types()
+{
+    static const QMap<QString, value::Type> all{{"text", value::Type::Text},
+                                                {"int", value::Type::Int},
+                                                {"bool", value::Type::Bool},
+                                                {"list", value::Type::List}};
+    return all;
+}
+
+value::Type typeNamed(const QString &word)
+{
+    const auto it = types().constFind(word);
+    if (it == types().cend()) {
+        throw Failure{Misuse,
+                      {word, "no such type",
+                       names::suggestion(word, typeNames(), "use text, int, bool or list")}};
+    }
+    return *it;
+}
+
+} // namespace
+
+QStringList typeNames() { return types().keys(); }
+
+QStringList commandNames(const CLI::App &app)
+{
+    QStringList names;
+    for (const CLI::App *command : app.get_subcommands({})) {
+        if (!command->get_group().empty())
+            names.append(QString::fromStdString(command->get_name()));
+    }
+    return names;
+}
+
+QStringList optionNames(const CLI::App &app)
+{
+    QStringList names;
+    const CLI::App *parent = app.get_parent();
+    for (const CLI::App *each : {&app, parent}) {
+        if (!each)
+            continue;
+        for (const CLI::Option *option : each->get_options()) {
+            for (const std::string &name : option->get_lnames())
+                names.append("--" + QString::fromStdString(name));
+        }
+    }
+    return names;
+}
+
+QString textOf(const QByteArray &word)
+{
+    const auto text = value::fromUtf8(word);
+    if (!text)
+        throw Failure{Misuse, {"arguments", "a word is not UTF-8", "write it in UTF-8"}};
+    return *text;
+}
+
+Setting Words::setting(bool namesGroup) const
+{
+    Setting result =
+        all.size() == 1 ? Setting::named(all.first()) : Setting{all.value(0), all.value(1)};
+    if (all.size() == 1 && namesGroup && !all.first().contains('/')) {
+        throw Failure{
+            Misuse, {all.first(), "no group", "name the setting as GROUP/KEY, /KEY or GROUP KEY"}};
+    }
+    // To Qt, a name without a key means a whole group.
+    if (result.key.isEmpty())
+        throw Failure{Misuse, {"setting", "no key", "give GROUP KEY or GROUP/KEY"}};
+    return result;
+}
+
+CommandLine::CommandLine()
+    : m_app(
+        "Shows and changes the settings of a set-top box application, and why each is as it is.",
+        "stbconfig")
+{
+    m_app.set_version_flag("--version", "stbconfig " STBCONFIG_VERSION);
+    m_app.require_subcommand(1);
+    m_app.fallthrough();
+
+    Places &places = m_arguments.places;
+    places.persistentPrefix = STBCONFIG_PERSISTENT_PREFIX;
+    places.defaultsPrefix = STBCONFIG_DEFAULTS_PREFIX;
+    addWord(&m_app, "--persistent", "prefix of custom.conf and the *.db storages",
+            [&places](const QString &word) { places.persistentPrefix = word; })
+        ->envname("STBCONFIG_PERSISTENT_PREFIX")
+        ->default_str(STBCONFIG_PERSISTENT_PREFIX);
+    addWord(&m_app, "--defaults", "prefix of stbapp.conf",
+            [&places](const QString &word) { places.defaultsPrefix = word; })
+        ->envname("STBCONFIG_DEFAULTS_PREFIX")
+        ->default_str(STBCONFIG_DEFAULTS_PREFIX);
+    addWord(&m_app, "--root", "directory of an unpacked image; leaves the environment out",
+            [&places](const QString &word) { places.root = word; });
+    m_app.add_flag("--as-root", places.asRoot,
+                   "root stays root in another user's directory, which it trusts");
+
+    EnvironmentChoice &environment = m_arguments.environment;
+    CLI::Option *none = m_app.add_flag_function(
+        "--no-env", [&environment](auto) { environment.source = EnvironmentChoice::None; },
+        "no variables");
+    CLI::Option *file = addWord(&m_app, "--env-file", "variables from a file, read as by systemd",
+                                [&environment](const QString &word) {
+                                    environment.source = EnvironmentChoice::File;
+                                    environment.file = word;
+                                });
+    CLI::Option *process = addWord(
+        &m_app, "--pid", "variables that the process of this number was started with",
+        [&environment](const QString &word) {
+            bool isNumber = false;
+            environment.source = EnvironmentChoice::Process;
+            environment.process = word.toInt(&isNumber);
+            if (!isNumber || environment.process <= 0) {
+                throw Failure{Misuse, {word, "no number of a process", "give --pid a number"}};
+            }
+        });
+    file->excludes(none);
+    process->excludes(none)->excludes(file);
+
+    output::Format &format = m_arguments.format;
+    m_app.add_flag("--json", format.json, "print JSON");
+    m_app.add_flag("-0", format.nullSeparated, "end records with NUL");
+    m_app.add_flag("--show-secrets", format.showSecrets, "do not mask secrets");
+    m_app.add_flag("-v", m_arguments.verbose, "say more on stderr");
+}
+
+CLI::App *CommandLine::addCommand(const char *name, const char *help, Run run)
+{
+    CLI::App *command = m_app.add_subcommand(name, help);
+    if (*help == '\0')
+        command->group("");
+    command->callback([this, run = std::move(run)] { m_run = run; });
+    return command;
+}
+
+CLI::App *CommandLine::addWriter(const char *name, const char *help, writing::Manner &manner,
+                                 Run run)
+{
+    CLI::App *command = addCommand(name, help, {});
+    command->callback([this, &manner, run = std::move(run)] {
+        m_run = run;
+        m_isWriter = true;
+        manner.asRoot = m_arguments.places.asRoot;
+    });
+    command->add_flag("--dry-run", manner.dryRun, "check and tell, but write nothing");
+    command->add_flag("--force", manner.force, "write although room is estimated to be short");
+    return command;
+}
+
+CLI::Option *CommandLine::addWord(CLI::App *command, const char *name, const char *help, Take take)
+{
+    CLI::Option *option = command->add_option(
+        name,
+        [take = std::move(take)](const CLI::results_t &words) {
+            for (const std::string &word : words)
+                take(unprotected(word));
+            return true;
+        },
+        help);
+    // Otherwise CLI11 takes a word in brackets apart.
+    return option->expected(1)->allow_extra_args(false)->type_name(
+        std::string(name).substr(0, 2) == "--" ? "TEXT" : "");
+}
+
+CLI::Option *CommandLine::addWords(CLI::App *command, Words &words)
+{
+    const auto take = [&words](const QString &word) { words.all.append(word); };
+    CLI::Option *first = addWord(command, "setting", "GROUP/KEY, or GROUP and KEY", take);
+    addWord(command, "key", "", take);
+    return first;
+}
+
+CLI::Option *CommandLine::addStorage(CLI::App *command, StorageChoice &storage)
+{
+    command->add_flag("--create", storage.mayCreate, "accept a storage that has no file yet");
+    return addWord(command, "--storage", "a named storage, in place of the custom file",
+                   [this, &storage](const QString &word) {
+                       storage.name = word;
+                       m_storage = &storage;
+                   });
+}
+
+CLI::Option *CommandLine::addLocation(CLI::App *command,
+                                      std::optional<provenance::Location> &location)
+{
+    return addWord(command, "--from", "one location alone", [&location](const QString &word) {
+        location = provenance::locationNamed(word);
+    });
+}
+
+CLI::Option *CommandLine::addType(CLI::App *command, const char *name,
+                                  std::optional<value::Type> &type)
+{
+    return addWord(command, name, "text, int, bool or list",
+                   [&type](const QString &word) { type = typeNamed(word); });
+}
+
+void CommandLine::addRecords(CLI::App *command)
+{
+    // Not inherited like the others: to CLI11, "-0" would be a number and so a word.
+    command->add_flag("-0", m_arguments.format.nullSeparated, "end records with NUL");
+}
+
+std::optional<ExitStatus> CommandLine::parse(int argc, char *argv[])
+{
+    // The last word first, as CLI11 wants them.
+    std::vector<std::string> words;
+    for (int i = argc - 1; i > 0; --i)
+        words.push_back(protectedWord(argv[i]));
+    try {
+        m_app.parse(std::move(words));
+    } catch (const CLI::Success &help) {
+        return ExitStatus(m_app.exit(help));
+    } catch (const CLI::ParseError &error) {
+        notUnderstood(error);
+    }
+    return {};
+}
+
+// Repeats no word that may be a value: it may be a secret.
+void CommandLine::notUnderstood(const CLI::ParseError &error) const
+{
+    const auto commands = m_app.get_subcommands();
+    const CLI::App *command = commands.empty() ? nullptr : commands.front();
+    const std::vector<std::string> extra = m_app.remaining(true);
+    if (!command && !extra.empty()) {
+        const QString word = unprotected(extra.front());
+        const bool isOption = word.startsWith('-');
+        throw Failure{Misuse,
+                      {word, isOption ? "no such option" : "no such command",
+                       names::suggestion(word, isOption ? optionNames(m_app) : commandNames(m_app),
+                                         "see stbconfig --help")}};
+    }
+    const QString help = command
+        ? "see stbconfig " + QString::fromStdString(command->get_name()) + " --help"
+        : QString("see stbconfig --help");
+    if (!extra.empty()) {
+        const QString word = unprotected(extra.front());
+        const QString nearest = word.startsWith("--")
+            ? names::nearest(word.section('=', 0, 0), optionNames(*command))
+            : QString();
+        if (!nearest.isEmpty())
+            throw Failure{Misuse,
+                          {"arguments", "an unknown option", "did you mean " + nearest + "?"}};
+        throw Failure{Misuse,
+                      {"arguments", "a word too many, or an unknown option",
+                       help + "; before values that begin with \"-\", put --"}};
+    }
+    // Its text would show what stands behind "=".
+    if (dynamic_cast<const CLI::ConversionError *>(&error))
+        throw Failure{Misuse, {"arguments", "an option that takes no value has one", help}};
+    throw Failure{Misuse, {"arguments", QString::fromStdString(error.what()), help}};
+}

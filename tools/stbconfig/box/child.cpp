@@ -1,0 +1,205 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#include "child.h"
+
+#include <QtCore/QDataStream>
+#include <QtCore/QIODevice>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace child {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Set after fork.
+pid_t parentOfThis = 0; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables)
+
+// What the work returned or threw, as it goes through the pipe.
+QByteArray outcomeOf(const std::function<QByteArray()> &work)
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    try {
+        const QByteArray result = work();
+        stream << false << result;
+    } catch (const Failure &failure) {
+        const auto &[thing, whatHappened, whatToDo] = failure.problem;
+        stream << true << int(failure.status) << thing << whatHappened << whatToDo;
+    }
+    return bytes;
+}
+
+// False if the child did not tell all.
+bool take(const QByteArray &bytes, End &end)
+{
+    QDataStream stream(bytes);
+    bool hasFailed = false;
+    stream >> hasFailed;
+    if (hasFailed) {
+        int status = 0;
+        Problem problem;
+        stream >> status >> problem.thing >> problem.whatHappened >> problem.whatToDo;
+        end.failure = Failure{ExitStatus(status), problem};
+    } else {
+        stream >> end.result;
+    }
+    return stream.status() == QDataStream::Ok;
+}
+
+[[noreturn]] void beChild(int output, pid_t parent, const std::function<QByteArray()> &work)
+{
+    parentOfThis = parent;
+    dieWithParent();
+    const rlimit noCore{0, 0};
+    setrlimit(RLIMIT_CORE, &noCore);
+    try {
+        const QByteArray result = outcomeOf(work);
+        const char *next = result.constData();
+        const char *const end = next + result.size();
+        while (next != end) {
+            const ssize_t written = write(output, next, static_cast<size_t>(end - next));
+            if (written < 0 && errno != EINTR)
+                std::_Exit(EXIT_FAILURE);
+            next += std::max<ssize_t>(written, 0);
+        }
+    } catch (...) { // for want of memory
+        std::_Exit(EXIT_FAILURE);
+    }
+    std::_Exit(EXIT_SUCCESS);
+}
+
+int millisecondsUntil(Clock::time_point time)
+{
+    using std::chrono::milliseconds;
+    const auto left = std::chrono::ceil<milliseconds>(time - Clock::now());
+    return static_cast<int>(std::max(left, milliseconds(0)).count());
+}
+
+// Reads until the child closes its end; false if the time is over before.
+bool receive(int input, pid_t process, Clock::time_point end, const Watch &watch,
+             QByteArray &result)
+{
+    const auto start = Clock::now();
+    bool isWatched = static_cast<bool>(watch.call);
+    std::array<char, 16384> buffer{};
+    for (;;) {
+        const auto next = isWatched ? std::min(end, start + watch.after) : end;
+        pollfd descriptor{input, POLLIN, 0};
+        const int ready = poll(&descriptor, 1, millisecondsUntil(next));
+        if (ready < 0 && errno != EINTR)
+            return false;
+        if (ready > 0) {
+            const ssize_t count = read(input, buffer.data(), buffer.size());
+            if (count == 0)
+                return true;
+            if (count < 0 && errno != EINTR)
+                return false;
+            if (count > 0)
+                result.append(buffer.data(), static_cast<int>(count));
+            continue;
+        }
+        if (Clock::now() >= end)
+            return false;
+        if (isWatched && Clock::now() >= start + watch.after) {
+            isWatched = false;
+            watch.call(process);
+        }
+    }
+}
+
+// Not for ever: nobody can end a process that waits for a file system which does not answer.
+void reap(pid_t process, Clock::time_point end)
+{
+    int status = 0;
+    while (waitpid(process, &status, WNOHANG) != process) {
+        if (Clock::now() >= end)
+            return;
+        poll(nullptr, 0, 1);
+    }
+}
+
+} // namespace
+
+End run(std::chrono::seconds limit, const std::function<QByteArray()> &work, const Watch &watch)
+{
+    End end;
+    const auto last = Clock::now() + limit;
+    std::array<int, 2> pipe{};
+    if (pipe2(pipe.data(), O_CLOEXEC) != 0) {
+        end.why = QString("no process could be started: ") + std::strerror(errno);
+        return end;
+    }
+    const pid_t parent = getpid();
+    const pid_t process = fork();
+    if (process == 0) {
+        close(pipe[0]);
+        beChild(pipe[1], parent, work);
+    }
+    const int error = errno;
+    close(pipe[1]);
+    if (process < 0) {
+        close(pipe[0]);
+        end.why = QString("no process could be started: ") + std::strerror(error);
+        return end;
+    }
+    QByteArray outcome;
+    const bool isInTime = receive(pipe[0], process, last, watch, outcome);
+    close(pipe[0]);
+    if (!isInTime) {
+        constexpr std::chrono::milliseconds grace(500);
+        kill(process, SIGKILL);
+        reap(process, Clock::now() + grace);
+        end.how = End::TimedOut;
+        end.why = QString("no end after %1 seconds").arg(limit.count());
+        return end;
+    }
+    int status = 0;
+    while (waitpid(process, &status, 0) < 0 && errno == EINTR) {}
+    if (WIFSIGNALED(status)) {
+        end.how = End::Died;
+        end.why = QString("a process died of signal %1").arg(WTERMSIG(status));
+    } else if (status != 0 || !take(outcome, end)) {
+        end.how = End::Died;
+        end.why = "a process ended for want of memory";
+    } else {
+        end.how = End::Returned;
+    }
+    return end;
+}
+
+void dieWithParent()
+{
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (parentOfThis != 0 && getppid() != parentOfThis)
+        std::_Exit(EXIT_FAILURE);
+}
+
+#ifndef __SANITIZE_ADDRESS__ // which takes terabytes of addresses for itself
+MemoryLimit::MemoryLimit(qint64 bytes)
+{
+    getrlimit(RLIMIT_AS, &before);
+    rlimit limit = before;
+    limit.rlim_cur = std::min(limit.rlim_cur, (256 << 20) + 16 * static_cast<rlim_t>(bytes));
+    setrlimit(RLIMIT_AS, &limit);
+}
+
+MemoryLimit::~MemoryLimit() { setrlimit(RLIMIT_AS, &before); }
+#else
+MemoryLimit::MemoryLimit(qint64) {}
+
+MemoryLimit::~MemoryLimit() = default;
+#endif
+
+} // namespace child

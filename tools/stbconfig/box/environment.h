@@ -1,0 +1,39 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#ifndef STBCONFIG_TOOL_ENVIRONMENT_H
+#define STBCONFIG_TOOL_ENVIRONMENT_H
+
+#include "problem.h"
+
+#include <QtCore/QString>
+
+#include <functional>
+
+// Whose variables the command looks at.
+struct EnvironmentChoice
+{
+    enum Source { OfThisShell, None, File, Process };
+
+    Source source = OfThisShell;
+    QString file;
+    int process = 0;
+
+    /// Whether the user has said whose they are.
+    bool isNamed() const { return source != OfThisShell; }
+    /// As a person is told, "this shell".
+    QString owner() const;
+};
+
+namespace environment {
+
+using Tell = std::function<void(const Problem &)>;
+
+/// Puts the chosen variables in the place of this process's. To be called before the manager is
+/// made, which takes its copy then. Tells of the lines of a file that count for nothing. Ends with
+/// CannotRead if there are no variables to be had.
+void choose(const EnvironmentChoice &choice, const Tell &tell);
+
+} // namespace environment
+
+#endif

@@ -1,0 +1,45 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#ifndef STBCONFIG_TOOL_FILEPROBLEM_H
+#define STBCONFIG_TOOL_FILEPROBLEM_H
+
+#include "problem.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QStringList>
+
+#include <optional>
+
+// Why a file cannot be read: asked here before anybody opens it, and nowhere else.
+namespace fileproblem {
+
+/// Larger ones are refused, not read.
+constexpr qint64 largestFile = 128 << 20;
+
+/// What a file holds, or why that cannot be told. A missing file holds nothing and is no problem.
+struct Contents
+{
+    bool exists = false;
+    QByteArray bytes;
+    std::optional<Problem> problem;
+};
+
+/// Reads a regular file; anything else is a problem at once and is never waited for. With a root,
+/// a link that leads out of it is one too.
+Contents read(const QString &file, const QString &root = {});
+
+/// As read(), but looks only at what the file is: whether it can be opened without harm.
+std::optional<Problem> ofOpening(const QString &file, const QString &root = {});
+
+/// The lines that make the file malformed, or that the library read nothing of it although it holds
+/// entries, as after an error of the disk that it overlooks.
+std::optional<Problem> ofWhatWasRead(const QString &file, const QByteArray &bytes, bool isValid,
+                                     bool isEmpty);
+
+/// That one of the files ends the process that reads it, found out by a child. Nothing if none does.
+std::optional<Problem> ofReader(const QStringList &files);
+
+} // namespace fileproblem
+
+#endif

@@ -1,0 +1,102 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#include "files.h"
+
+#include "names.h"
+#include "problem.h"
+#include "way.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+
+#include <cstring>
+#include <utility>
+
+namespace {
+
+// The directory, and what begins the files' names in it.
+std::pair<QString, QString> split(const QString &prefix)
+{
+    const auto slash = prefix.lastIndexOf('/');
+    return {prefix.left(slash + 1), prefix.mid(slash + 1)};
+}
+
+QString rootDirectory(const QString &given)
+{
+    const Way way = follow(absolute(given));
+    // An empty one, as of an unset variable, would be the current directory.
+    if (given.isEmpty() || way.error != 0 || !QFileInfo(way.end).isDir()) {
+        throw Failure{CannotRead,
+                      {given.isEmpty() ? "--root" : given,
+                       way.error != 0 ? std::strerror(way.error) : "no such directory",
+                       "give --root the directory of an unpacked image"}};
+    }
+    return way.end;
+}
+
+QString insideRoot(const QString &root, const QString &prefix)
+{
+    const auto [directory, stem] = split(prefix);
+    const Way way = follow(directory, root);
+    if (way.error != 0) {
+        throw Failure{
+            CannotRead,
+            {root + '/' + directory, std::strerror(way.error), "correct the image, or the prefix"}};
+    }
+    return way.end + (way.end.endsWith('/') ? QString() : QString('/')) + stem;
+}
+
+} // namespace
+
+Files::Files(const Places &places, std::optional<QString> storage)
+    : m_storage(std::move(storage)), m_root(places.root ? rootDirectory(*places.root) : QString()),
+      m_persistentPrefix(places.root ? insideRoot(m_root, places.persistentPrefix)
+                                     : places.persistentPrefix),
+      m_defaultsPrefix(places.root ? insideRoot(m_root, places.defaultsPrefix)
+                                   : places.defaultsPrefix)
+{}
+
+QString Files::customFile() const { return m_persistentPrefix + names::customFile; }
+
+QString Files::defaultsFile() const { return m_defaultsPrefix + names::defaultsFile; }
+
+QString Files::storageFile(const QString &name) const
+{
+    return m_persistentPrefix + name + names::storageSuffix;
+}
+
+QStringList Files::storageNames() const
+{
+    const auto [directory, stem] = split(m_persistentPrefix);
+    const QString suffix = names::storageSuffix;
+    QStringList result;
+    // Links to nowhere and what is no file are wanted too: they are storages with a problem.
+    const QStringList entries =
+        QDir(directory.isEmpty() ? "." : directory)
+            .entryList(QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot,
+                       QDir::Name);
+    for (const QString &entry : entries) {
+        const auto length = entry.size() - stem.size() - suffix.size();
+        if (length >= 0 && entry.startsWith(stem) && entry.endsWith(suffix))
+            result.append(entry.mid(stem.size(), length));
+    }
+    return result;
+}
+
+QStringList Files::all() const
+{
+    QStringList result{customFile(), defaultsFile()};
+    const QStringList storages = storageNames();
+    for (const QString &name : storages)
+        result.append(storageFile(name));
+    return result;
+}
+
+QStringList Files::openedAtOnce() const
+{
+    QStringList result{customFile(), defaultsFile(), storageFile(names::firstStorage)};
+    if (m_storage && *m_storage != names::firstStorage)
+        result.append(storageFile(*m_storage));
+    return result;
+}

@@ -1,0 +1,23 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#ifndef STBCONFIG_TOOL_IDENTITY_H
+#define STBCONFIG_TOOL_IDENTITY_H
+
+#include "files.h"
+
+// Root is nobody's tool: in a directory of another user, root would do what that user's links say.
+namespace identity {
+
+/// Where this process is root, and a directory on the way to one of the files belongs to another
+/// user, becomes that user for good. Thus the command also sees what the application sees.
+void becomeOwner(const Files &files);
+
+/// Whose rights this process has given up root's for, as a remark for an error; empty if nobody's.
+QString remark();
+
+QString userName(uid_t user);
+
+} // namespace identity
+
+#endif

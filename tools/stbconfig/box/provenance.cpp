@@ -1,0 +1,87 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#include "provenance.h"
+
+#include "problem.h"
+
+#include <stbconfig/backendinterfaces.h>
+
+#include <QtCore/QMetaEnum>
+
+#include <algorithm>
+
+using stbconfig::ConfigurationManager;
+
+namespace provenance {
+namespace {
+
+constexpr Location byPrecedence[] = {
+    ConfigurationManager::CustomConfPersistent, ConfigurationManager::TemporaryApplicationStorage,
+    ConfigurationManager::EnvironmentVariables, ConfigurationManager::StbappConfDefault,
+    ConfigurationManager::DhcpOptionsConf};
+
+} // namespace
+
+QVector<Answer> ask(const ConfigurationManager &manager, const Setting &setting)
+{
+    const QSet<Location> locations = manager.readOnlyStorages() + manager.dynamicStorages();
+    QVector<Answer> answers;
+    for (const Location location : byPrecedence) {
+        Answer answer{location, locations.contains(location), false, {}};
+        if (answer.hasStorage) {
+            const auto *storage = manager.readOnlyStorage(location);
+            answer.isHeld = storage->contains(setting.group, setting.key);
+            if (answer.isHeld)
+                answer.value = storage->value(setting.group, setting.key);
+        }
+        answers.append(answer);
+    }
+    return answers;
+}
+
+const Answer *winner(const QVector<Answer> &answers)
+{
+    const auto it = std::find_if(answers.cbegin(), answers.cend(),
+                                 [](const Answer &answer) { return answer.isHeld; });
+    return it == answers.cend() ? nullptr : &*it;
+}
+
+const Answer &of(const QVector<Answer> &answers, Location location)
+{
+    return *std::find_if(answers.cbegin(), answers.cend(),
+                         [location](const Answer &answer) { return answer.location == location; });
+}
+
+QString locationName(Location location)
+{
+    return QMetaEnum::fromType<ConfigurationManager::SettingsLocation>().valueToKey(location);
+}
+
+QStringList locationNames()
+{
+    QStringList result;
+    for (const Location location : byPrecedence)
+        result.append(locationName(location));
+    return result;
+}
+
+Location locationNamed(const QString &word)
+{
+    for (const Location location : byPrecedence) {
+        if (!word.isEmpty() && locationName(location).startsWith(word, Qt::CaseInsensitive))
+            return location;
+    }
+    // The names are long, so what is like the word is the beginning of one.
+    QStringList beginnings;
+    for (const Location location : byPrecedence)
+        beginnings.append(locationName(location).left(word.size()));
+    const auto nearest = beginnings.indexOf(names::nearest(word, beginnings));
+    const QStringList all = locationNames();
+    throw Failure{Misuse,
+                  {word, "no such location",
+                   nearest < 0 ? "use the beginning of " + all.join(", ")
+                               : "did you mean " + all[nearest] + "?"}};
+}
+
+} // namespace provenance

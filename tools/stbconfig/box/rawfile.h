@@ -1,0 +1,31 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#ifndef STBCONFIG_TOOL_RAWFILE_H
+#define STBCONFIG_TOOL_RAWFILE_H
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+#include <QtCore/QVector>
+
+/// What some editors put before UTF-8.
+inline constexpr char byteOrderMark[] = "\xef\xbb\xbf";
+
+// A line as it stands in the file: for what the library cannot tell, never for values.
+struct RawLine
+{
+    enum Kind { Comment, Section, Entry, Malformed };
+
+    int number; // where it begins; a quote or a backslash can make it go on
+    Kind kind;
+    QByteArray text;
+    QString name; // of an entry: group and key as the library knows them
+    QByteArray value; // of an entry, as it is written
+    bool isCut = false; // by a ";" that begins a comment
+    bool isQuoteOpen = false;
+};
+
+/// The lines that are not blank, as QSettings takes them apart.
+QVector<RawLine> rawLines(const QByteArray &bytes);
+
+#endif

@@ -1,0 +1,81 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#include "checks.h"
+#include "loggingreader.h"
+#include "value.h"
+
+#include <QtCore/QRegularExpression>
+
+using stbconfig::ConfigurationManager;
+
+namespace check {
+namespace {
+
+// "no" is Norwegian, and a country.
+bool isLanguage(const Setting &setting)
+{
+    static const QRegularExpression word("locale|lang|country|region|territory",
+                                         QRegularExpression::CaseInsensitiveOption);
+    return word.match(setting.name()).hasMatch();
+}
+
+void ofDefault(const Setting &setting, const QVariant &value, const QString &place,
+               const stbconfig::IReadableBackend &defaults, Findings &findings)
+{
+    if (!defaults.contains(setting.group, setting.key)) {
+        findings.append({Id::NoDefault, {place, "the defaults lack it", "check the spelling"}});
+    } else if (value::texts(defaults.value(setting.group, setting.key)) == value::texts(value)) {
+        findings.append(
+            {Id::Redundant, {place, "equals the default", "remove it with unset --redundant"}});
+    }
+}
+
+} // namespace
+
+void text(const Setting &setting, const QString &text, const QString &place, const QString &remedy,
+          Findings &findings)
+{
+    static const QStringList falseWords{"no", "off", "disabled"};
+    if (falseWords.contains(text.toLower()) && !isLanguage(setting)
+        && !loggingreader::reads(setting)) {
+        findings.append({Id::BooleanWord,
+                         {place, "reads as true",
+                          remedy.isEmpty() ? "write true or false" : remedy + ": true or false"}});
+    }
+    if (setting.group == names::localeGroup && setting.key == names::localeKey && text != "C"
+        && QLocale(text) == QLocale::c()) {
+        findings.append({Id::CLocale,
+                         {place, "gives the C locale",
+                          (remedy.isEmpty() ? "set" : remedy + ":")
+                              + QString(" a locale's name, such as ru or en_GB")}});
+    }
+}
+
+void values(const Session &session, Findings &findings)
+{
+    const auto &defaults = session.readable(ConfigurationManager::StbappConfDefault);
+    for (const auto location :
+         {ConfigurationManager::CustomConfPersistent, ConfigurationManager::StbappConfDefault}) {
+        const bool isDefault = location == ConfigurationManager::StbappConfDefault;
+        const QString remedy = isDefault ? "correct it in the image" : "";
+        const auto &storage = session.readable(location);
+        QStringList all = storage.allKeys();
+        all.sort();
+        for (const QString &name : qAsConst(all)) {
+            const Setting setting = Setting::named(name);
+            const QVariant value = storage.value(setting.group, setting.key);
+            const QString place = session.source(location, setting) + ": " + name;
+            if (const auto problem = loggingreader::misreading(setting, value.toString())) {
+                findings.append(
+                    {Id::LoggingValue,
+                     {place, problem->whatHappened, isDefault ? remedy : "use stbconfig logging"}});
+            }
+            text(setting, value.toString(), place, remedy, findings);
+            if (!isDefault)
+                ofDefault(setting, value, place, defaults, findings);
+        }
+    }
+}
+
+} // namespace check

@@ -1,0 +1,86 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#include "arguments.h"
+#include "commands.h"
+#include "fileproblem.h"
+
+#include <QtCore/QFileInfo>
+
+using stbconfig::ConfigurationManager;
+
+namespace {
+
+QString inWords(const QFileInfo &info, const QFileInfo &directory, bool hasLock)
+{
+    QStringList words;
+    if (info.exists()) {
+        words << QString("%1 bytes").arg(info.size())
+              << (info.isReadable() ? "readable" : "not readable")
+              << (info.isWritable() ? "writable" : "not writable");
+    } else {
+        words << "no such file";
+    }
+    if (!directory.isDir() || !directory.isWritable())
+        words << "directory not writable";
+    if (hasLock)
+        words << "left-over lock";
+    return words.join(", ");
+}
+
+output::Row rowOf(const QString &name, const QString &file, const QString &root)
+{
+    const QFileInfo info(file);
+    const QFileInfo directory(info.absolutePath());
+    const QFileInfo lock(file + names::lockSuffix);
+    const bool hasLock = lock.exists() || lock.isSymLink();
+    const auto problem = fileproblem::ofOpening(file, root);
+    const QString state = problem ? problem->whatHappened : inWords(info, directory, hasLock);
+    return {QJsonObject{{"name", name},
+                        {"file", file},
+                        {"exists", info.exists()},
+                        {"readable", !problem && info.isReadable()},
+                        {"writable", !problem && info.isWritable()},
+                        {"directoryWritable", directory.isDir() && directory.isWritable()},
+                        {"size", info.size()},
+                        {"lock", hasLock},
+                        {"problem", problem ? QJsonValue(problem->whatHappened) : QJsonValue()}},
+            {output::padded(output::safe(name), 28) + output::safe(file),
+             QString(28, ' ') + output::safe(state)},
+            {name, state, file}};
+}
+
+output::Row rowOf(provenance::Location location, const QString &note)
+{
+    const QString name = provenance::locationName(location);
+    return {QJsonObject{{"name", name}, {"note", note}},
+            {output::padded(name, 28) + note},
+            {name, note, QString()}};
+}
+
+ExitStatus locations(const Context &context)
+{
+    const Files &files = context.files;
+    QVector<output::Row> rows{
+        rowOf(provenance::locationName(ConfigurationManager::CustomConfPersistent),
+              files.customFile(), files.root()),
+        rowOf(provenance::locationName(ConfigurationManager::StbappConfDefault),
+              files.defaultsFile(), files.root())};
+    const QStringList names = files.storageNames();
+    for (const QString &name : names)
+        rows.append(rowOf(name, files.storageFile(name), files.root()));
+    rows << rowOf(ConfigurationManager::TemporaryApplicationStorage, "in the application's memory")
+         << rowOf(ConfigurationManager::EnvironmentVariables, "variables STBAPP_GROUP_KEY")
+         << rowOf(ConfigurationManager::DhcpOptionsConf, "no backend");
+    output::lines(rows, context.arguments.format);
+    return Done;
+}
+
+} // namespace
+
+void addLocations(CommandLine &line)
+{
+    CLI::App *command =
+        line.addCommand("locations", "show the locations and their files", locations);
+    line.addRecords(command);
+}

@@ -1,0 +1,186 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#include "commands.h"
+#include "descriptor.h"
+#include "holdings.h"
+#include "loggingreader.h"
+#include "session.h"
+#include "setting.h"
+
+#include <cstring>
+#include <unistd.h>
+
+namespace {
+
+struct SetOptions
+{
+    Words words;
+    bool isFromInput = false;
+    std::optional<QString> input;
+    std::optional<value::Type> type;
+    StorageChoice storage;
+    writing::Manner manner;
+};
+
+// All of standard input but the last line end, which echo and editors put there.
+QString inputText()
+{
+    constexpr qint64 most = 16 << 20;
+    QByteArray bytes;
+    if (const int error = readAll(STDIN_FILENO, bytes, most))
+        throw Failure{Misuse, {"standard input", std::strerror(error), "give --stdin a value"}};
+    if (bytes.size() > most) {
+        throw Failure{Misuse,
+                      {"standard input", QString("more than %1 bytes").arg(most),
+                       "give --stdin a shorter value"}};
+    }
+    if (bytes.endsWith('\n'))
+        bytes.chop(1);
+    return textOf(bytes);
+}
+
+void requireOwnGroup(const Setting &setting)
+{
+    const Setting stored = Setting::named(setting.name());
+    const QString group = entries::groupAsRead(stored.group);
+    if (group != stored.group) {
+        throw Failure{Misuse,
+                      {stored.name(), "a file cannot express this group",
+                       "use " + Setting{group, stored.key}.name()}};
+    }
+}
+
+// Whoever mistypes a command may have put a secret in the value's place, so no error shows it.
+QVariant typed(const Setting &setting, const QString &text, value::Type type)
+{
+    const auto refuse = [&setting](const QString &what, const QString &remedy) {
+        throw Failure{Misuse, {setting.name(), "the value is " + what, remedy}};
+    };
+    switch (type) {
+    case value::Type::Int: {
+        const auto number = value::converted(text, type);
+        if (!number)
+            refuse("no number", "give a whole number of 32 bits");
+        return *number;
+    }
+    case value::Type::Bool:
+        if (text != "true" && text != "false")
+            refuse("no boolean", "give true or false");
+        return text == "true";
+    case value::Type::List:
+        return text.split(',');
+    case value::Type::Text:
+        break;
+    }
+    return text;
+}
+
+// What the new value hides, or will be taken for.
+void tellCosts(const Context &context, const Setting &setting, const QVariant &value)
+{
+    if (context.files.storage())
+        return;
+    if (const auto problem = loggingreader::misreading(setting, value.toString()))
+        output::note(*problem);
+    const QByteArray variable = setting.variable().toLocal8Bit();
+    if (!loggingreader::reads(setting) && qEnvironmentVariableIsSet(variable.constData())
+        && QString::fromLocal8Bit(qgetenv(variable.constData())) != value.toString()) {
+        output::note(
+            {setting.variable(),
+             "is set in " + context.arguments.environment.owner() + ", and hidden by this value",
+             {}});
+    }
+}
+
+ExitStatus set(const Context &context, const SetOptions &own)
+{
+    Words name{own.words.all};
+    const QString text = own.isFromInput ? *own.input : name.all.takeLast();
+    const Setting setting = name.setting(true);
+    requireOwnName(setting);
+    requireOwnGroup(setting);
+    if (value::asRead(text) != text) {
+        throw Failure{Misuse,
+                      {setting.name(), "a file cannot express the value's byte order mark",
+                       "leave U+FEFF out"}};
+    }
+    const QVariant value = typed(setting, text, own.type.value_or(value::Type::Text));
+    requireStorage(context.files, own.storage.mayCreate, NotSaved);
+    return store(context, setting, value, own.manner);
+}
+
+} // namespace
+
+void requireOwnName(const Setting &setting)
+{
+    const QString name = setting.name();
+    const QString other = names::asStored(name);
+    if (other != name) {
+        throw Failure{Misuse,
+                      {name, "a file cannot express this name",
+                       other.isEmpty() ? "name a key"
+                                       : "use " + QString(other.contains('/') ? "" : "/") + other}};
+    }
+}
+
+ExitStatus store(const Context &context, const Setting &setting, const QVariant &value,
+                 const writing::Manner &manner)
+{
+    const output::Format &format = context.arguments.format;
+    const auto before = writing::read(context.files, false).written;
+    const auto old = before.constFind(setting.name());
+    const bool isNew = old == before.cend() || !value::isSame(*old, value);
+    if (isNew)
+        tellCosts(context, setting, value);
+    const auto outcome = writing::save(context.files, before, {{{setting, value}}, {}, {}}, manner);
+    if (format.json) {
+        output::object({{"group", setting.group},
+                        {"key", setting.key},
+                        {"value", output::json(setting, value, format)},
+                        {"file", context.files.writtenFile()},
+                        {"changed", outcome != writing::Unchanged},
+                        {"dryRun", manner.dryRun}});
+    } else if (outcome == writing::WouldBeSaved) {
+        output::line("would set " + output::safe(setting.name()) + " to "
+                     + output::shown(setting, value, format));
+    }
+    if (context.arguments.verbose && outcome == writing::Unchanged)
+        output::note({setting.name(), "unchanged", {}});
+    if (context.arguments.verbose && outcome == writing::Saved) {
+        output::note({context.files.writtenFile(), "saved",
+                      "a running application sees the change when it restarts or next writes that "
+                      "file"});
+    }
+    return Done;
+}
+
+void addSet(CommandLine &line)
+{
+    const auto own = std::make_shared<SetOptions>();
+    CLI::App *command =
+        line.addWriter("set", "store a value in the custom file", own->manner,
+                       [own](const Context &context) { return set(context, *own); });
+    // The last word is the value, so that GROUP KEY VALUE needs no option.
+    line.addWords(command, own->words)->required();
+    line.addWord(command, "value", "the new value",
+                 [own](const QString &word) { own->words.all.append(word); });
+    line.addType(command, "--type", own->type);
+    line.addStorage(command, own->storage);
+    command->add_flag("--stdin", own->isFromInput,
+                      "take the value from standard input, without its last line end");
+    command->parse_complete_callback([own] {
+        const auto least = own->isFromInput ? 1 : 2;
+        const auto count = own->words.all.size();
+        if (count < least || count > least + 1) {
+            throw Failure{Misuse,
+                          {count == 1 && own->words.all.first().contains('/')
+                               ? own->words.all.first()
+                               : "set",
+                           count < least ? "no value" : "a word too many",
+                           "give GROUP/KEY VALUE, /KEY VALUE or GROUP KEY VALUE"}};
+        }
+        if (own->isFromInput)
+            own->input = inputText();
+    });
+}

@@ -1,0 +1,36 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#ifndef STBCONFIG_TOOL_DISK_H
+#define STBCONFIG_TOOL_DISK_H
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+
+#include <optional>
+
+#include <sys/stat.h>
+
+// What the library leaves undone when it replaces a file. Each returns 0, or the error.
+namespace disk {
+
+/// What the file is now; nothing if there is none.
+std::optional<struct stat> statusOf(const QString &file);
+
+/// Makes an empty file at a path without links, where there is none, and not where a link that
+/// somebody puts there leads. A directory that is missing is no error.
+int claim(const QString &path);
+
+/// Gives the file that has replaced the old one its mode, owner and group.
+int keepOwner(const QString &file, const struct stat &old);
+
+/// Flushes the file and the directories on the way to it that are as new as it may be: up to the
+/// one that was there before. A missing file is no error.
+int flush(const QString &file, const QString &oldDirectory);
+
+/// Puts bytes in the file's place, as it was before; removes it if there was none.
+int putBack(const QString &file, const QByteArray &bytes, const std::optional<struct stat> &old);
+
+} // namespace disk
+
+#endif
