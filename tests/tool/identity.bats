@@ -8,9 +8,11 @@ setup_file()
 {
     cmake --install "$BUILD_DIR" --prefix "$BATS_FILE_TMPDIR/installed" >/dev/null
     chmod a+x "$BATS_RUN_TMPDIR" "$BATS_RUN_TMPDIR"/*
+    # A user whom no list names, and no other run of these tests on this machine uses.
+    export user=$((100000 + $$))
 }
 
-# Gives the directory of the custom file to a user, by default to one whom no list names.
+# Gives the directory of the custom file to a user.
 given_to()
 {
     [ "$(id -u)" = 0 ] || skip "only root can give files to another user"
@@ -37,7 +39,7 @@ root_only()
 }
 
 @test "in a user's directory, root keeps owner, group and mode, and makes files that the user owns" {
-    for user in 65534 4242; do
+    for user in 65534 "$user"; do
         printf '[a]\nb=1\n' >"$custom"
         given_to "$user"
         chmod 640 "$custom"
@@ -53,25 +55,25 @@ root_only()
 }
 
 @test "in its own directory, root gives the application its file back" {
-    given_to 4242
+    given_to "$user"
     printf '[a]\nb=1\n' >"$custom"
-    chown 4242:4343 "$custom"
+    chown "$user:4343" "$custom"
     chmod 604 "$custom"
     chown root:root "$box/var"
     expect 0 set a b 2
     grep -qx b=2 "$custom"
-    [ "$(stat -c %u:%g:%a "$custom")" = 4242:4343:604 ]
+    [ "$(stat -c %u:%g:%a "$custom")" = "$user:4343:604" ]
 }
 
 @test "a user's link opens no file of root's to root's command" {
-    given_to 4242
+    given_to "$user"
     root_only
     for link in "$box/root.conf" ../root.conf; do
         ln -sfn "$link" "$custom"
         for words in "get a b" "get a b --default 1" list "explain a b" "set a b 2" "unset a b" check; do
             expect 3 $words
             [[ $output != *secret* ]]
-            [[ $output == *"Permission denied for user 4242, who owns $box/var"*--as-root* ]]
+            [[ $output == *"Permission denied for user $user, who owns $box/var"*--as-root* ]]
         done
     done
     [ "$(cat "$box/root.conf")" = $'[a]\nb=secret' ]
@@ -80,21 +82,21 @@ root_only()
 }
 
 @test "a user's link in the middle of a path makes root that user" {
-    given_to 4242
+    given_to "$user"
     root_only
     mv "$box/root.conf" "$box/root/custom.conf"
     ln -s "$box/root" "$box/var/link"
-    chown -h 4242 "$box/var/link"
+    chown -h "$user" "$box/var/link"
     expect 3 get a b --persistent "$box/var/link/"
     expect 3 set a b 2 --persistent "$box/var/link/"
     ln -s "$box/root" "$box/link"
-    chown -h 4242 "$box/link"
+    chown -h "$user" "$box/link"
     expect 3 set a b 2 --persistent "$box/link/"
     [ "$(cat "$box/root/custom.conf")" = $'[a]\nb=secret' ]
 }
 
 @test "a user's link creates no file elsewhere" {
-    given_to 4242
+    given_to "$user"
     root_only
     ln -s "$box/root/new" "$custom"
     ln -s "$box/root/new" "$box/var/epg.db"
@@ -106,7 +108,7 @@ root_only()
 }
 
 @test "a user's storage and defaults open no file of root's either" {
-    given_to 4242
+    given_to "$user"
     root_only
     ln -s "$box/root.conf" "$box/var/ravel.db"
     ln -s "$box/root.conf" "$box/var/stbapp.conf"
@@ -117,12 +119,12 @@ root_only()
 }
 
 @test "a file that is swapped while the command runs gives its owner nothing" {
-    given_to 4242
+    given_to "$user"
     root_only
     chmod 777 "$box/root.conf" # its directory is what protects it
     chmod 700 "$box/root"
     mv "$box/root.conf" "$box/root/file"
-    setpriv --reuid 4242 --regid 4242 --clear-groups bash -c 'cd "$1/var" || exit
+    setpriv --reuid "$user" --regid "$user" --clear-groups bash -c 'cd "$1/var" || exit
         end=$((SECONDS + 2))
         while [ $SECONDS -lt $end ]; do
             printf "[a]\nb=1\n" >new; mv -fT new custom.conf
@@ -145,29 +147,29 @@ root_only()
 }
 
 @test "a file of root's in a user's directory is not written, since its owner would change" {
-    given_to 4242
+    given_to "$user"
     printf '[a]\nb=1\n' >"$custom"
     chmod 666 "$custom"
     expect 4 set a b 2
-    [[ $output == *"it belongs to root and would belong to user 4242"* ]]
+    [[ $output == *"it belongs to root and would belong to user $user"* ]]
     grep -qx b=1 "$custom"
-    chown 4242:0 "$custom"
+    chown "$user:0" "$custom"
     expect 4 set a b 2
     [[ $output == *"its group 0 would change"* ]]
     grep -qx b=1 "$custom"
     expect 0 set a b 2 --as-root
-    [ "$(stat -c %u:%g:%a "$custom")" = 4242:0:666 ]
+    [ "$(stat -c %u:%g:%a "$custom")" = "$user:0:666" ]
 }
 
 @test "root has the user's groups in effect, and none of its own" {
     requires_namespaces
-    given_to 4242
+    given_to "$user"
     printf '[Video]\noutput=hdmi\n' >"$defaults"
     chmod 640 "$defaults"
     for group in 4343 4444; do
         cp /etc/passwd "$box/passwd"
         cp /etc/group "$box/group"
-        printf 'stbuser:x:4242:4242::/:/bin/sh\n' >>"$box/passwd"
+        printf 'stbuser:x:%s:%s::/:/bin/sh\n' "$user" "$user" >>"$box/passwd"
         printf 'stbgroup:x:4343:stbuser\n' >>"$box/group"
         chown "0:$group" "$defaults"
         run setpriv --groups 0,4444 unshare -m sh -c 'mount --bind "$1/passwd" /etc/passwd &&
@@ -180,12 +182,12 @@ root_only()
 }
 
 @test "where the user cannot get to its directory, the line says who and names --as-root" {
-    given_to 4242
+    given_to "$user"
     mkdir -m 700 "$box/home"
     mv "$box/var" "$box/home/image"
     for words in "get a b --default 1" "set a b 1" list; do
         expect 3 $words --persistent "$box/home/image/"
-        [ "$output" = "stbconfig: $box/home/image/custom.conf: cannot be read: Permission denied for user 4242, who owns $box/home/image and whom root therefore works as; add --as-root if you trust that directory" ]
+        [ "$output" = "stbconfig: $box/home/image/custom.conf: cannot be read: Permission denied for user $user, who owns $box/home/image and whom root therefore works as; add --as-root if you trust that directory" ]
     done
     expect 0 set a b 1 --persistent "$box/home/image/" --as-root
     expect 0 get a b --persistent "$box/home/image/" --as-root
@@ -194,7 +196,7 @@ root_only()
 
 @test "root writes in no directory that others can write" {
     [ "$(id -u)" = 0 ] || skip "needs root"
-    for directory in 777:0 775:4242; do
+    for directory in 777:0 "775:$user"; do
         chown "0:${directory#*:}" "$box/var"
         chmod "${directory%:*}" "$box/var"
         expect 4 set a b 1
@@ -225,29 +227,29 @@ root_only()
 }
 
 @test "a user's file in a sticky directory is not written by root" {
-    given_to 4242
+    given_to "$user"
     chown root "$box/var"
     chmod 1777 "$box/var"
     printf '[a]\nb=1\n' >"$custom"
     expect 0 set a c 1 # nobody can exchange root's own file
-    chown 4242 "$custom"
+    chown "$user" "$custom"
     expect 4 set a b 2
     grep -qx b=1 "$custom"
 }
 
-# Waits until user 4242 has so many processes.
+# Waits until the user has so many processes.
 until_processes()
 {
     for ((i = 0; i < 200; ++i)); do
-        [ "$(pgrep -c -r D,R,S,T -u 4242)" = "$1" ] && return
+        [ "$(pgrep -c -r D,R,S,T -u "$user")" = "$1" ] && return
         sleep 0.02
     done
-    ps -u 4242
+    ps -u "$user"
     return 1
 }
 
 @test "no process outlives the command, whose process has become another user" {
-    given_to 4242
+    given_to "$user"
     : >"$custom.lock" # so that it waits
     "$STBCONFIG" set a b 1 2>/dev/null 3>&- &
     local process=$!
@@ -258,12 +260,12 @@ until_processes()
 }
 
 @test "a user who kills the process that works for root only fails the command" {
-    given_to 4242
+    given_to "$user"
     : >"$custom.lock"
     "$STBCONFIG" set a b 1 2>"$box/errors" 3>&- &
     local process=$!
     until_processes 2
-    setpriv --reuid 4242 --clear-groups kill -KILL $(pgrep -u 4242)
+    setpriv --reuid "$user" --clear-groups kill -KILL $(pgrep -u "$user")
     wait "$process" || status=$?
     [ "$status" = 4 ]
     grep -q 'died of signal 9' "$box/errors"
