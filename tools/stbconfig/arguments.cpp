@@ -3,6 +3,8 @@
 
 #include "arguments.h"
 
+#include <CLI/CLI.hpp>
+
 #include <QtCore/QMap>
 
 #include <algorithm>
@@ -72,6 +74,21 @@ value::Type typeNamed(const QString &word)
     return *it;
 }
 
+CLI::Option *wordOf(CLI::App *command, const char *name, const char *help, Command::Take take)
+{
+    CLI::Option *option = command->add_option(
+        name,
+        [take = std::move(take)](const CLI::results_t &words) {
+            for (const std::string &word : words)
+                take(unprotected(word));
+            return true;
+        },
+        help);
+    // Otherwise CLI11 takes a word in brackets apart.
+    return option->expected(1)->allow_extra_args(false)->type_name(
+        std::string(name).substr(0, 2) == "--" ? "TEXT" : "");
+}
+
 } // namespace
 
 QStringList typeNames() { return types().keys(); }
@@ -124,41 +141,42 @@ Setting Words::setting(bool namesGroup) const
 }
 
 CommandLine::CommandLine()
-    : m_app(
+    : m_app(std::make_unique<CLI::App>(
         "Shows and changes the settings of a set-top box application, and why each is as it is.",
-        "stbconfig")
+        "stbconfig"))
 {
-    m_app.set_version_flag("--version", "stbconfig " STBCONFIG_VERSION);
-    m_app.require_subcommand(1);
-    m_app.fallthrough();
+    m_app->set_version_flag("--version", "stbconfig " STBCONFIG_VERSION);
+    m_app->require_subcommand(1);
+    m_app->fallthrough();
 
     Places &places = m_arguments.places;
     places.persistentPrefix = STBCONFIG_PERSISTENT_PREFIX;
     places.defaultsPrefix = STBCONFIG_DEFAULTS_PREFIX;
-    addWord(&m_app, "--persistent", "prefix of custom.conf and the *.db storages",
-            [&places](const QString &word) { places.persistentPrefix = word; })
+    wordOf(m_app.get(), "--persistent", "prefix of custom.conf and the *.db storages",
+           [&places](const QString &word) { places.persistentPrefix = word; })
         ->envname("STBCONFIG_PERSISTENT_PREFIX")
         ->default_str(STBCONFIG_PERSISTENT_PREFIX);
-    addWord(&m_app, "--defaults", "prefix of stbapp.conf",
-            [&places](const QString &word) { places.defaultsPrefix = word; })
+    wordOf(m_app.get(), "--defaults", "prefix of stbapp.conf",
+           [&places](const QString &word) { places.defaultsPrefix = word; })
         ->envname("STBCONFIG_DEFAULTS_PREFIX")
         ->default_str(STBCONFIG_DEFAULTS_PREFIX);
-    addWord(&m_app, "--root", "directory of an unpacked image; leaves the environment out",
-            [&places](const QString &word) { places.root = word; });
-    m_app.add_flag("--as-root", places.asRoot,
-                   "root stays root in another user's directory, which it trusts");
+    wordOf(m_app.get(), "--root", "directory of an unpacked image; leaves the environment out",
+           [&places](const QString &word) { places.root = word; });
+    m_app->add_flag("--as-root", places.asRoot,
+                    "root stays root in another user's directory, which it trusts");
 
     EnvironmentChoice &environment = m_arguments.environment;
-    CLI::Option *none = m_app.add_flag_function(
+    CLI::Option *none = m_app->add_flag_function(
         "--no-env", [&environment](auto) { environment.source = EnvironmentChoice::None; },
         "no variables");
-    CLI::Option *file = addWord(&m_app, "--env-file", "variables from a file, read as by systemd",
-                                [&environment](const QString &word) {
-                                    environment.source = EnvironmentChoice::File;
-                                    environment.file = word;
-                                });
-    CLI::Option *process = addWord(
-        &m_app, "--pid", "variables that the process of this number was started with",
+    CLI::Option *file =
+        wordOf(m_app.get(), "--env-file", "variables from a file, read as by systemd",
+               [&environment](const QString &word) {
+                   environment.source = EnvironmentChoice::File;
+                   environment.file = word;
+               });
+    CLI::Option *process = wordOf(
+        m_app.get(), "--pid", "variables that the process of this number was started with",
         [&environment](const QString &word) {
             bool isNumber = false;
             environment.source = EnvironmentChoice::Process;
@@ -171,87 +189,118 @@ CommandLine::CommandLine()
     process->excludes(none)->excludes(file);
 
     output::Format &format = m_arguments.format;
-    m_app.add_flag("--json", format.json, "print JSON");
-    m_app.add_flag("-0", format.nullSeparated, "end records with NUL");
-    m_app.add_flag("--show-secrets", format.showSecrets, "do not mask secrets");
-    m_app.add_flag("-v", m_arguments.verbose, "say more on stderr");
+    m_app->add_flag("--json", format.json, "print JSON");
+    m_app->add_flag("-0", format.nullSeparated, "end records with NUL");
+    m_app->add_flag("--show-secrets", format.showSecrets, "do not mask secrets");
+    m_app->add_flag("-v", m_arguments.verbose, "say more on stderr");
 }
 
-CLI::App *CommandLine::addCommand(const char *name, const char *help, Run run)
+CommandLine::~CommandLine() = default;
+
+Command CommandLine::addCommand(const char *name, const char *help, Run run)
 {
-    CLI::App *command = m_app.add_subcommand(name, help);
+    CLI::App *command = m_app->add_subcommand(name, help);
     if (*help == '\0')
         command->group("");
     command->callback([this, run = std::move(run)] { m_run = run; });
-    return command;
+    return {*this, command};
 }
 
-CLI::App *CommandLine::addWriter(const char *name, const char *help, writing::Manner &manner,
-                                 Run run)
+Command CommandLine::addWriter(const char *name, const char *help, writing::Manner &manner, Run run)
 {
-    CLI::App *command = addCommand(name, help, {});
-    command->callback([this, &manner, run = std::move(run)] {
+    const Command command = addCommand(name, help, {});
+    command.app()->callback([this, &manner, run = std::move(run)] {
         m_run = run;
         m_isWriter = true;
         manner.asRoot = m_arguments.places.asRoot;
     });
-    command->add_flag("--dry-run", manner.dryRun, "check and tell, but write nothing");
-    command->add_flag("--force", manner.force, "write although room is estimated to be short");
+    command.addFlag("--dry-run", manner.dryRun, "check and tell, but write nothing");
+    command.addFlag("--force", manner.force, "write although room is estimated to be short");
     return command;
 }
 
-CLI::Option *CommandLine::addWord(CLI::App *command, const char *name, const char *help, Take take)
+const Option &Option::required() const
 {
-    CLI::Option *option = command->add_option(
-        name,
-        [take = std::move(take)](const CLI::results_t &words) {
-            for (const std::string &word : words)
-                take(unprotected(word));
-            return true;
-        },
-        help);
-    // Otherwise CLI11 takes a word in brackets apart.
-    return option->expected(1)->allow_extra_args(false)->type_name(
-        std::string(name).substr(0, 2) == "--" ? "TEXT" : "");
+    m_option->required();
+    return *this;
 }
 
-CLI::Option *CommandLine::addWords(CLI::App *command, Words &words)
+const Option &Option::excludes(const Option &other) const
+{
+    m_option->excludes(other.m_option);
+    return *this;
+}
+
+const Option &Option::needs(const Option &other) const
+{
+    m_option->needs(other.m_option);
+    return *this;
+}
+
+const Option &Option::givenOften(int together) const
+{
+    m_option->expected(together)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    return *this;
+}
+
+Option Command::addWord(const char *name, const char *help, Take take) const
+{
+    return Option(wordOf(m_app, name, help, std::move(take)));
+}
+
+Option Command::addWords(Words &words) const
 {
     const auto take = [&words](const QString &word) { words.all.append(word); };
-    CLI::Option *first = addWord(command, "setting", "GROUP/KEY, or GROUP and KEY", take);
-    addWord(command, "key", "", take);
+    const Option first = addWord("setting", "GROUP/KEY, or GROUP and KEY", take);
+    addWord("key", "", take);
     return first;
 }
 
-CLI::Option *CommandLine::addStorage(CLI::App *command, StorageChoice &storage)
+Option Command::addFlag(const char *name, bool &flag, const char *help) const
 {
-    command->add_flag("--create", storage.mayCreate, "accept a storage that has no file yet");
-    return addWord(command, "--storage", "a named storage, in place of the custom file",
-                   [this, &storage](const QString &word) {
+    return Option(m_app->add_flag(name, flag, help));
+}
+
+Option Command::addStorage(StorageChoice &storage) const
+{
+    addFlag("--create", storage.mayCreate, "accept a storage that has no file yet");
+    return addWord("--storage", "a named storage, in place of the custom file",
+                   [&line = m_line, &storage](const QString &word) {
                        storage.name = word;
-                       m_storage = &storage;
+                       line.m_storage = &storage;
                    });
 }
 
-CLI::Option *CommandLine::addLocation(CLI::App *command,
-                                      std::optional<provenance::Location> &location)
+Option Command::addLocation(std::optional<provenance::Location> &location) const
 {
-    return addWord(command, "--from", "one location alone", [&location](const QString &word) {
+    return addWord("--from", "one location alone", [&location](const QString &word) {
         location = provenance::locationNamed(word);
     });
 }
 
-CLI::Option *CommandLine::addType(CLI::App *command, const char *name,
-                                  std::optional<value::Type> &type)
+Option Command::addType(const char *name, std::optional<value::Type> &type) const
 {
-    return addWord(command, name, "text, int, bool or list",
+    return addWord(name, "text, int, bool or list",
                    [&type](const QString &word) { type = typeNamed(word); });
 }
 
-void CommandLine::addRecords(CLI::App *command)
+void Command::addRecords() const
 {
     // Not inherited like the others: to CLI11, "-0" would be a number and so a word.
-    command->add_flag("-0", m_arguments.format.nullSeparated, "end records with NUL");
+    addFlag("-0", m_line.m_arguments.format.nullSeparated, "end records with NUL");
+}
+
+void Command::addRule(std::function<void()> rule) const
+{
+    m_app->parse_complete_callback(std::move(rule));
+}
+
+void Command::runAtOnce(std::function<void()> run) const
+{
+    m_app->callback([run = std::move(run)] {
+        run();
+        throw CLI::Success();
+    });
 }
 
 std::optional<ExitStatus> CommandLine::parse(int argc, char *argv[])
@@ -261,9 +310,9 @@ std::optional<ExitStatus> CommandLine::parse(int argc, char *argv[])
     for (int i = argc - 1; i > 0; --i)
         words.push_back(protectedWord(argv[i]));
     try {
-        m_app.parse(std::move(words));
+        m_app->parse(std::move(words));
     } catch (const CLI::Success &help) {
-        return ExitStatus(m_app.exit(help));
+        return ExitStatus(m_app->exit(help));
     } catch (const CLI::ParseError &error) {
         notUnderstood(error);
     }
@@ -273,16 +322,17 @@ std::optional<ExitStatus> CommandLine::parse(int argc, char *argv[])
 // Repeats no word that may be a value: it may be a secret.
 void CommandLine::notUnderstood(const CLI::ParseError &error) const
 {
-    const auto commands = m_app.get_subcommands();
+    const auto commands = m_app->get_subcommands();
     const CLI::App *command = commands.empty() ? nullptr : commands.front();
-    const std::vector<std::string> extra = m_app.remaining(true);
+    const std::vector<std::string> extra = m_app->remaining(true);
     if (!command && !extra.empty()) {
         const QString word = unprotected(extra.front());
         const bool isOption = word.startsWith('-');
-        throw Failure{Misuse,
-                      {word, isOption ? "no such option" : "no such command",
-                       names::suggestion(word, isOption ? optionNames(m_app) : commandNames(m_app),
-                                         "see stbconfig --help")}};
+        throw Failure{
+            Misuse,
+            {word, isOption ? "no such option" : "no such command",
+             names::suggestion(word, isOption ? optionNames(*m_app) : commandNames(*m_app),
+                               "see stbconfig --help")}};
     }
     const QString help = command
         ? "see stbconfig " + QString::fromStdString(command->get_name()) + " --help"

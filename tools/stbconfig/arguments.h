@@ -13,10 +13,15 @@
 #include "save.h"
 #include "value.h"
 
-#include <CLI/CLI.hpp>
-
 #include <functional>
+#include <memory>
 #include <optional>
+
+namespace CLI {
+class App;
+class Option;
+class ParseError;
+} // namespace CLI
 
 // What all commands are told.
 struct Arguments
@@ -50,36 +55,74 @@ struct StorageChoice
     bool mayCreate = false;
 };
 
-// The command line: commands declare their options with it, each word is taken as it is.
+// A word or an option of a command.
+class Option
+{
+public:
+    explicit Option(CLI::Option *option) : m_option(option) {}
+
+    const Option &required() const;
+    const Option &excludes(const Option &other) const;
+    const Option &needs(const Option &other) const;
+    /// Takes each of its words, not the last one alone; so many at a time.
+    const Option &givenOften(int together = 1) const;
+
+private:
+    CLI::Option *m_option;
+};
+
+class CommandLine;
+
+// What a command declares its options with. Each word is taken as it is.
+class Command
+{
+public:
+    using Take = std::function<void(const QString &)>;
+
+    Command(CommandLine &line, CLI::App *app) : m_line(line), m_app(app) {}
+
+    /// A word of the command, or an option with one; given each time it occurs.
+    Option addWord(const char *name, const char *help, Take take) const;
+    Option addWords(Words &words) const;
+    Option addFlag(const char *name, bool &flag, const char *help) const;
+    Option addStorage(StorageChoice &storage) const;
+    Option addLocation(std::optional<provenance::Location> &location) const;
+    Option addType(const char *name, std::optional<value::Type> &type) const;
+    /// Records that end with NUL.
+    void addRecords() const;
+
+    /// What says, by a Failure, that the words do not belong together.
+    void addRule(std::function<void()> rule) const;
+    /// What the command does in place of a run, before any file is looked at.
+    void runAtOnce(std::function<void()> run) const;
+
+    CLI::App *app() const { return m_app; }
+
+private:
+    CommandLine &m_line;
+    CLI::App *m_app;
+};
+
+// The command line, as the commands declare it.
 class CommandLine
 {
 public:
     CommandLine();
+    ~CommandLine();
     Q_DISABLE_COPY(CommandLine)
 
     using Run = std::function<ExitStatus(const Context &)>;
-    using Take = std::function<void(const QString &)>;
 
     /// Adds a command. An empty help hides it.
-    CLI::App *addCommand(const char *name, const char *help, Run run);
+    Command addCommand(const char *name, const char *help, Run run);
     /// A command that changes a file.
-    CLI::App *addWriter(const char *name, const char *help, writing::Manner &manner, Run run);
-
-    /// A word of the command, or an option with one; given each time it occurs.
-    CLI::Option *addWord(CLI::App *command, const char *name, const char *help, Take take);
-    CLI::Option *addWords(CLI::App *command, Words &words);
-    CLI::Option *addStorage(CLI::App *command, StorageChoice &storage);
-    CLI::Option *addLocation(CLI::App *command, std::optional<provenance::Location> &location);
-    CLI::Option *addType(CLI::App *command, const char *name, std::optional<value::Type> &type);
-    /// Records that end with NUL.
-    void addRecords(CLI::App *command);
+    Command addWriter(const char *name, const char *help, writing::Manner &manner, Run run);
 
     /// Takes the words apart and returns the status to end with, if there is nothing to run: after
     /// --help or --version. Throws a Failure for words that mean nothing.
     std::optional<ExitStatus> parse(int argc, char *argv[]);
 
     const Arguments &arguments() const { return m_arguments; }
-    const CLI::App &app() const { return m_app; }
     /// Whether the command that was named changes a file.
     bool isWriter() const { return m_isWriter; }
     /// The storage that it was told to work on.
@@ -87,9 +130,11 @@ public:
     ExitStatus run(const Context &context) const { return m_run(context); }
 
 private:
+    friend class Command;
+
     void notUnderstood(const CLI::ParseError &error) const;
 
-    CLI::App m_app;
+    std::unique_ptr<CLI::App> m_app;
     Arguments m_arguments;
     Run m_run;
     bool m_isWriter = false;

@@ -26,13 +26,13 @@
 
 namespace {
 
-struct Command
+struct Entry
 {
     const char *name;
     void (*add)(CommandLine &line);
 };
 
-constexpr Command commands[] = {
+constexpr Entry table[] = {
     {"get", addGet},
     {"explain", addExplain},
     {"list", addList},
@@ -51,12 +51,12 @@ constexpr Command commands[] = {
 // whose names are among the words; all of them for help, for a name that is none, and to complete.
 void addCommands(CommandLine &line, const QList<QByteArray> &words)
 {
-    const auto isNamed = [&words](const Command &command) { return words.contains(command.name); };
-    const bool wantsAll = words.contains("complete")
-        || std::none_of(std::begin(commands), std::end(commands), isNamed);
-    for (const Command &command : commands) {
-        if (wantsAll || isNamed(command))
-            command.add(line);
+    const auto isNamed = [&words](const Entry &entry) { return words.contains(entry.name); };
+    const bool wantsAll =
+        words.contains("complete") || std::none_of(std::begin(table), std::end(table), isNamed);
+    for (const Entry &entry : table) {
+        if (wantsAll || isNamed(entry))
+            entry.add(line);
     }
 }
 

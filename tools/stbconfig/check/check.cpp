@@ -72,14 +72,14 @@ ExitStatus checkAll(const Context &context, const CheckOptions &own)
 void addCheck(CommandLine &line)
 {
     const auto own = std::make_shared<CheckOptions>();
-    CLI::App *command =
+    const Command command =
         line.addCommand("check", "find what will hurt",
                         [own](const Context &context) { return checkAll(context, *own); });
-    line.addWord(command, "--fail-on",
-                 "the least severity that gives status 1: error, warning, note",
-                 [own](const QString &word) { own->failOn = check::severityNamed(word); });
-    line.addWord(command, "--ignore", "leave this finding out; can be given again",
+    command.addWord("--fail-on", "the least severity that gives status 1: error, warning, note",
+                    [own](const QString &word) { own->failOn = check::severityNamed(word); });
+    command
+        .addWord("--ignore", "leave this finding out; can be given again",
                  [own](const QString &word) { own->ignored.append(check::idNamed(word)); })
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    line.addRecords(command);
+        .givenOften();
+    command.addRecords();
 }

@@ -10,6 +10,8 @@
 #include "loggingreader.h"
 #include "session.h"
 
+#include <CLI/CLI.hpp>
+
 #include <QtCore/QDir>
 #include <QtCore/QHash>
 
@@ -330,14 +332,11 @@ void complete(const CommandLine &line, CLI::App &app, QStringList words)
 void addComplete(CommandLine &line)
 {
     const auto words = std::make_shared<QStringList>();
-    CLI::App *command = line.addCommand("complete", "", {});
+    const Command command = line.addCommand("complete", "", {});
     // As many as there are, but none taken apart, as CLI11 does where it may take more than it must.
-    line.addWord(command, "words", "", [words](const QString &word) { words->append(word); })
-        ->expected(1 << 20)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    // Before any file is looked at: the words say which.
-    command->callback([&line, command, words] {
-        complete(line, *command->get_parent(), *words);
-        throw CLI::Success();
-    });
+    command.addWord("words", "", [words](const QString &word) { words->append(word); })
+        .givenOften(1 << 20);
+    // The words say which files are looked at.
+    command.runAtOnce(
+        [&line, app = command.app(), words] { complete(line, *app->get_parent(), *words); });
 }

@@ -50,13 +50,12 @@ QStringList shells() { return scripts().keys(); }
 void addCompletion(CommandLine &line)
 {
     const auto script = std::make_shared<const char *>("");
-    CLI::App *command = line.addCommand("completion", "print the script that completes words", {});
-    line.addWord(command, "shell", "bash, fish or zsh",
+    const Command command =
+        line.addCommand("completion", "print the script that completes words", {});
+    command
+        .addWord("shell", "bash, fish or zsh",
                  [script](const QString &word) { *script = scriptFor(word); })
-        ->required();
+        .required();
     // Like --help, it looks at no file, and so works where these cannot be read.
-    command->callback([script] {
-        std::fputs(*script, stdout);
-        throw CLI::Success();
-    });
+    command.runAtOnce([script] { std::fputs(*script, stdout); });
 }

@@ -68,10 +68,10 @@ ExitStatus diff(const Context &context, const QString &glob)
 void addDiff(CommandLine &line)
 {
     const auto glob = std::make_shared<QString>();
-    CLI::App *command =
+    const Command command =
         line.addCommand("diff", "compare with the defaults",
                         [glob](const Context &context) { return diff(context, *glob); });
-    line.addWord(command, "glob", "only this group, or those that match",
-                 [glob](const QString &word) { *glob = word; });
-    line.addRecords(command);
+    command.addWord("glob", "only this group, or those that match",
+                    [glob](const QString &word) { *glob = word; });
+    command.addRecords();
 }

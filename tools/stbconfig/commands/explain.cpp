@@ -167,9 +167,9 @@ ExitStatus explain(const Context &context, const Words &words)
 void addExplain(CommandLine &line)
 {
     const auto words = std::make_shared<Words>();
-    CLI::App *command =
+    const Command command =
         line.addCommand("explain", "say which location answers, and why the others do not",
                         [words](const Context &context) { return explain(context, *words); });
-    line.addWords(command, *words)->required();
-    line.addRecords(command);
+    command.addWords(*words).required();
+    command.addRecords();
 }

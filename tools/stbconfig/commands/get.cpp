@@ -78,13 +78,13 @@ ExitStatus get(const Context &context, const GetOptions &own)
 void addGet(CommandLine &line)
 {
     const auto own = std::make_shared<GetOptions>();
-    CLI::App *command = line.addCommand(
+    const Command command = line.addCommand(
         "get", "print a value", [own](const Context &context) { return get(context, *own); });
-    line.addWords(command, own->words)->required();
-    line.addWord(command, "--default", "what to print if it is not set",
-                 [own](const QString &word) { own->defaultValue = word; });
-    auto *from = line.addLocation(command, own->from);
-    line.addType(command, "--as", own->as);
-    line.addStorage(command, own->storage)->excludes(from);
-    line.addRecords(command);
+    command.addWords(own->words).required();
+    command.addWord("--default", "what to print if it is not set",
+                    [own](const QString &word) { own->defaultValue = word; });
+    const Option from = command.addLocation(own->from);
+    command.addType("--as", own->as);
+    command.addStorage(own->storage).excludes(from);
+    command.addRecords();
 }

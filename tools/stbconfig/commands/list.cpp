@@ -88,13 +88,13 @@ ExitStatus list(const Context &context, const ListOptions &own)
 void addList(CommandLine &line)
 {
     const auto own = std::make_shared<ListOptions>();
-    CLI::App *command =
+    const Command command =
         line.addCommand("list", "list all settings, with the location that answers",
                         [own](const Context &context) { return list(context, *own); });
-    line.addWord(command, "glob", "only this group, or those that match",
-                 [own](const QString &word) { own->glob = word; });
-    auto *from = line.addLocation(command, own->from);
-    command->add_flag("--keys", own->namesOnly, "names alone");
-    line.addStorage(command, own->storage)->excludes(from);
-    line.addRecords(command);
+    command.addWord("glob", "only this group, or those that match",
+                    [own](const QString &word) { own->glob = word; });
+    const Option from = command.addLocation(own->from);
+    command.addFlag("--keys", own->namesOnly, "names alone");
+    command.addStorage(own->storage).excludes(from);
+    command.addRecords();
 }

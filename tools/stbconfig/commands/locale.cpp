@@ -35,6 +35,6 @@ ExitStatus locale(const Context &context)
 
 void addLocale(CommandLine &line)
 {
-    CLI::App *command = line.addCommand("locale", "show the default locale", locale);
-    line.addRecords(command);
+    const Command command = line.addCommand("locale", "show the default locale", locale);
+    command.addRecords();
 }

@@ -80,7 +80,7 @@ ExitStatus locations(const Context &context)
 
 void addLocations(CommandLine &line)
 {
-    CLI::App *command =
+    const Command command =
         line.addCommand("locations", "show the locations and their files", locations);
-    line.addRecords(command);
+    command.addRecords();
 }

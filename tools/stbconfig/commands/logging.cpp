@@ -69,14 +69,14 @@ ExitStatus show(const Context &context)
 void addLogging(CommandLine &line)
 {
     const auto own = std::make_shared<LoggingOptions>();
-    CLI::App *command = line.addWriter(
+    const Command command = line.addWriter(
         "logging", "show or set the logging settings", own->manner,
         [own](const Context &context) { return own->key ? change(context, *own) : show(context); });
-    CLI::Option *key =
-        line.addWord(command, "name", "a setting", [own](const QString &word) { own->key = word; });
-    CLI::Option *text = line.addWord(command, "value", "its new value",
-                                     [own](const QString &word) { own->text = word; });
-    text->needs(key);
-    key->needs(text);
-    line.addRecords(command);
+    const Option key =
+        command.addWord("name", "a setting", [own](const QString &word) { own->key = word; });
+    const Option text =
+        command.addWord("value", "its new value", [own](const QString &word) { own->text = word; });
+    text.needs(key);
+    key.needs(text);
+    command.addRecords();
 }

@@ -158,18 +158,18 @@ ExitStatus store(const Context &context, const Setting &setting, const QVariant 
 void addSet(CommandLine &line)
 {
     const auto own = std::make_shared<SetOptions>();
-    CLI::App *command =
+    const Command command =
         line.addWriter("set", "store a value in the custom file", own->manner,
                        [own](const Context &context) { return set(context, *own); });
     // The last word is the value, so that GROUP KEY VALUE needs no option.
-    line.addWords(command, own->words)->required();
-    line.addWord(command, "value", "the new value",
-                 [own](const QString &word) { own->words.all.append(word); });
-    line.addType(command, "--type", own->type);
-    line.addStorage(command, own->storage);
-    command->add_flag("--stdin", own->isFromInput,
-                      "take the value from standard input, without its last line end");
-    command->parse_complete_callback([own] {
+    command.addWords(own->words).required();
+    command.addWord("value", "the new value",
+                    [own](const QString &word) { own->words.all.append(word); });
+    command.addType("--type", own->type);
+    command.addStorage(own->storage);
+    command.addFlag("--stdin", own->isFromInput,
+                    "take the value from standard input, without its last line end");
+    command.addRule([own] {
         const auto least = own->isFromInput ? 1 : 2;
         const auto count = own->words.all.size();
         if (count < least || count > least + 1) {

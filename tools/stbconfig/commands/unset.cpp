@@ -146,21 +146,21 @@ ExitStatus unset(const Context &context, const UnsetOptions &own)
 void addUnset(CommandLine &line)
 {
     const auto own = std::make_shared<UnsetOptions>();
-    CLI::App *command =
+    const Command command =
         line.addWriter("unset", "remove from the custom file", own->manner,
                        [own](const Context &context) { return unset(context, *own); });
-    CLI::Option *words = line.addWords(command, own->words);
-    CLI::Option *group =
-        line.addWord(command, "--group", "a whole group",
-                     [own](const QString &word) { own->group = names::asStored(word); });
-    CLI::Option *redundant =
-        command->add_flag("--redundant", own->isRedundant,
-                          "what equals the defaults; variables count if it is said whose");
-    CLI::Option *storage = line.addStorage(command, own->storage);
-    group->excludes(words);
-    redundant->excludes(words)->excludes(group)->excludes(storage);
-    line.addRecords(command);
-    command->parse_complete_callback([own] {
+    const Option words = command.addWords(own->words);
+    const Option group = command.addWord("--group", "a whole group", [own](const QString &word) {
+        own->group = names::asStored(word);
+    });
+    const Option redundant =
+        command.addFlag("--redundant", own->isRedundant,
+                        "what equals the defaults; variables count if it is said whose");
+    const Option storage = command.addStorage(own->storage);
+    group.excludes(words);
+    redundant.excludes(words).excludes(group).excludes(storage);
+    command.addRecords();
+    command.addRule([own] {
         if (own->words.all.isEmpty() && !own->group && !own->isRedundant) {
             throw Failure{Misuse,
                           {"unset", "nothing named",
