@@ -391,7 +391,7 @@ sys.exit(subprocess.call(sys.argv[1:], restore_signals=False))' "$STBCONFIG" set
     { echo '[a]'; printf 'key%d=a value that is as long as this\n' {1..500}; } >"$custom"
     for from in 1 2 3 4 5 6; do
         failing "$custom" read $from 1000 check
-        [ "$status" = 3 ] || [[ $output != *"[failed]"* ]] || { echo "$from: $status: $output"; return 1; }
+        [ "$status" = 3 ] || [[ $from != 1 && $output != *"[failed]"* ]] || { echo "$from: $status: $output"; return 1; }
     done
 }
 
@@ -403,7 +403,7 @@ sys.exit(subprocess.call(sys.argv[1:], restore_signals=False))' "$STBCONFIG" set
             for count in 1 1000; do
                 cp "$box/before" "$custom"
                 failing "$custom" $call $from $count set a b 2
-                [[ $output == *"[failed]"* ]] || break 2
+                [[ $output == *"[failed]"* ]] || { [ "$from" -gt 1 ] && break 2; }
                 case $status in
                 0) [ "$(sort "$custom")" = "$(sed s/b=1/b=2/ "$box/before" | sort)" ] ;;
                 3 | 4) [ "$(grep -c '^key' "$custom")" = 500 ] ;;

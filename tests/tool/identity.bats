@@ -138,7 +138,7 @@ root_only()
         for words in "get a b --default 1" list "set a b 2"; do
             # A FIFO that comes between a look and the library's own may take the whole time.
             run timeout 36 "$STBCONFIG" $words
-            [ "$status" != 124 ] && [[ $output != *secret* ]] || { echo "$status: $output"; return 1; }
+            [[ $status == [034] && $output != *secret* ]] || { echo "$status: $output"; return 1; }
         done
     done
     wait "$swapper"

@@ -199,6 +199,7 @@ for entry in json.load(sys.stdin):
         { "$STBCONFIG" set c "key$i" "$i" 2>/dev/null && touch "$box/done$i"; true; } 3>&- &
     done
     wait
+    ls "$box"/done* >/dev/null
     for i in 1 2 3 4 5 6; do
         [ ! -e "$box/done$i" ] || grep -qx "key$i=$i" "$custom"
     done
@@ -242,14 +243,18 @@ for entry in json.load(sys.stdin):
 
 # Each entry once alone, where a write is refused or leaves it as it was.
 @test "a hostile entry stays as it is, or no write is made" {
+    local kept=0
     while IFS= read -r entry; do
         for section in '[s]' '[general]' '[%General]'; do
+            # To a value, one section is like another.
+            [[ $section == '[s]' || $entry != x=[@\"a]* ]] || continue
             printf '%s\n%b\nplain=1\n' "$section" "$entry" >"$custom"
             cp "$custom" "$box/before"
             others >"$box/listed" 2>/dev/null || continue
             run "$STBCONFIG" set c changed 1
             if [ "$status" = 0 ]; then
                 others | diff "$box/listed" - || { echo "$section $entry"; return 1; }
+                kept=$((kept + 1))
             else
                 [[ $status = 3 || $status = 4 ]] && cmp "$box/before" "$custom" || { echo "$status $section $entry: $output"; return 1; }
             fi
@@ -285,6 +290,7 @@ general\\\\x=1
 %67eneral\\\\x=1
 x=@Variant(
 ENTRIES
+    [ "$kept" -gt 10 ]
 }
 
 @test "a section that Qt would write under another name stays, or no write is made" {

@@ -254,6 +254,7 @@ on_terminal()
 @test "a long list stays within the terminal's columns" {
     printf '[Text]\nlong=%0200d\n' 1 >"$custom"
     on_terminal "'$STBCONFIG' list"
+    [[ $output == *Text/long* ]]
     for line in "${lines[@]}"; do
         line=${line%$'\r'}
         [ "${#line}" -le 80 ] || { echo "$line"; return 1; }
