@@ -8,6 +8,7 @@
 #include <QtCore/QFile>
 
 #include <limits>
+#include <utility>
 
 using namespace stbconfig;
 using ::testing::IsEmpty;
@@ -296,8 +297,9 @@ TEST_P(LoggingSwitch, AnEmptyCustomTextIsNotReplacedByTheDefaultFiles)
 
 TEST_P(LoggingSwitch, EveryOtherWordIsTrue)
 {
-    const LevelText words[] = {{"true", 1}, {"1", 1},     {"no", 1},    {"off", 1}, {"bogus", 1},
-                               {"0", 0},    {"false", 0}, {"FALSE", 0}, {"", 0}};
+    const std::pair<const char *, bool> words[] = {{"true", true},   {"1", true},      {"no", true},
+                                                   {"off", true},    {"bogus", true},  {"0", false},
+                                                   {"false", false}, {"FALSE", false}, {"", false}};
     for (const auto &[word, isTrue] : words) {
         customStorage()->setValue("Logging", GetParam().key, word);
         EXPECT_EQ(isEnabled(), isTrue) << word;

@@ -13,7 +13,9 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
@@ -23,6 +25,7 @@
 #include <map>
 #include <memory>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -107,6 +110,15 @@ QJsonValue merged(const QStringList &words)
 
 QJsonValue keys(const QStringList &) { return custom()->allKeys().size(); }
 
+QJsonValue entries(const QStringList &)
+{
+    QJsonObject result;
+    const QStringList all = custom()->allKeys();
+    for (const QString &key : all)
+        result.insert(key, toJson(custom()->value({}, key)));
+    return result;
+}
+
 QJsonValue valid(const QStringList &) { return custom()->isValid(); }
 
 QJsonValue turn(const QStringList &)
@@ -137,11 +149,17 @@ QJsonValue becomeOrdinaryUser(const QStringList &)
         && setresuid(nobody, nobody, nobody) == 0;
 }
 
+// As an application finds it that knows nothing of SIGXFSZ.
+QJsonValue limitFileSizeBySignal(const QStringList &words)
+{
+    const rlimit limit{words[0].toULongLong(), RLIM_INFINITY};
+    return setrlimit(RLIMIT_FSIZE, &limit) == 0;
+}
+
 QJsonValue limitFileSize(const QStringList &words)
 {
     std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{words[0].toULongLong(), RLIM_INFINITY};
-    return setrlimit(RLIMIT_FSIZE, &limit) == 0;
+    return limitFileSizeBySignal(words);
 }
 
 QJsonValue useUpDescriptors(const QStringList &)
@@ -171,6 +189,37 @@ QJsonValue writeForEver(const QStringList &words)
     }
 }
 
+pid_t child = -1;
+int endOfChild = -1;
+
+// A child that does nothing until it is let go on. It then ends as the word says: "exit" destroys the
+// manager, as a return from main() does, and "_exit" does not.
+QJsonValue fork(const QStringList &words)
+{
+    std::array<int, 2> ends{};
+    if (pipe(ends.data()) != 0)
+        return false;
+    child = ::fork();
+    if (child == 0) {
+        ::close(ends[1]);
+        char byte = 0;
+        static_cast<void>(!::read(ends[0], &byte, 1));
+        if (words[0] == "exit")
+            manager.reset();
+        _exit(0);
+    }
+    ::close(ends[0]);
+    endOfChild = ends[1];
+    return child > 0;
+}
+
+QJsonValue letChildEnd(const QStringList &)
+{
+    ::close(endOfChild);
+    int status = 0;
+    return waitpid(child, &status, 0) == child && status == 0;
+}
+
 QJsonValue askWhenWritten(const QStringList &)
 {
     QJsonValue told;
@@ -182,6 +231,13 @@ QJsonValue askWhenWritten(const QStringList &)
 QJsonValue isOnDisk(const QStringList &words) { return waysout::isOnDisk(words[0], custom()); }
 
 QJsonValue hasRoomToWrite(const QStringList &words) { return waysout::hasRoomToWrite(words[0]); }
+
+QJsonValue wasRead(const QStringList &words) { return waysout::wasRead(words[0], custom()); }
+
+QJsonValue makeDurable(const QStringList &words)
+{
+    return waysout::makeDurable(words[0], custom());
+}
 
 QJsonValue dropEmptyLock(const QStringList &words)
 {
@@ -203,17 +259,23 @@ QJsonValue answer(const QStringList &words)
         {"length", length},
         {"merged", merged},
         {"keys", keys},
+        {"entries", entries},
         {"valid", valid},
         {"turn", turn},
         {"reports", takeReports},
         {"become ordinary user", becomeOrdinaryUser},
         {"limit file size", limitFileSize},
+        {"limit file size by signal", limitFileSizeBySignal},
+        {"fork", fork},
+        {"let child end", letChildEnd},
         {"use up descriptors", useUpDescriptors},
         {"free descriptors", freeDescriptors},
         {"write for ever", writeForEver},
         {"when written", askWhenWritten},
         {"is on disk", isOnDisk},
         {"has room", hasRoomToWrite},
+        {"was read", wasRead},
+        {"make durable", makeDurable},
         {"drop empty lock", dropEmptyLock},
     };
     return commands.at(words.front())(words.mid(1));

@@ -8,6 +8,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
+#include <csignal>
 #include <unistd.h>
 
 using ::testing::ElementsAre;
@@ -236,6 +237,21 @@ TEST_F(LimitFaults, AFileSizeLimitThatHoldsNoLockLosesTheChangeInSilence)
     EXPECT_FALSE(application.isValid());
     application.exit();
     EXPECT_EQ(contentOf(customFile()), before);
+}
+
+TEST_F(LimitFaults, AFileSizeLimitEndsAProcessThatDoesNotIgnoreItsSignal)
+{
+    const QByteArray content = "[Audio]\nname=" + QByteArray(1000, 'x') + '\n';
+    writeCustomFile(content);
+    Application application;
+    application.ask({"limit file size by signal", "200"}); // enough for the lock
+    open(application);
+    application.set("Video", "output", "scart");
+    application.tell({"turn"});
+
+    EXPECT_EQ(application.endingSignal(), SIGXFSZ);
+    EXPECT_EQ(contentOf(customFile()), content);
+    EXPECT_THAT(leftOvers(), ElementsAre("custom.conf.lock")) << "it names a dead process";
 }
 
 TEST_F(LimitFaults, WithoutFreeDescriptorsAChangeIsReported)

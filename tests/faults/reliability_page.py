@@ -3,16 +3,21 @@
 """Usage: reliability_page.py SOURCE_DIR
 
 Holds docs/reliability.md against the tests: every row names tests that exist, every test of the
-faults stands in a row, and every piece of code is in waysout.h word for word.
+faults stands in a row, and every piece of code is in waysout.h word for word. The tests and the
+mutants that docs/losses.md names must exist, too.
 """
 
+import fnmatch
 import pathlib
 import re
 import sys
 
 
 def tests_in(folder):
-    """The names, as Suite.Test, that the sources in the folder define."""
+    """The names, as Suite.Test, that the sources in the folder define. The verdicts of nthfault.py
+    that no other test shows have names there."""
+    for source in folder.rglob("nthfault.py"):
+        yield from re.findall(r'"(NthFault\.\w+)"', source.read_text())
     for source in folder.rglob("*_test.cpp"):
         for test in re.finditer(r"^TEST(?:_F|_P)?\((\w+),\s*(\w+)\)", source.read_text(), re.M):
             yield ".".join(test.groups())
@@ -57,10 +62,24 @@ def complaints(root):
             yield f"not in waysout.h:\n{piece}"
 
 
+def complaints_about_losses(root):
+    page = (root / "docs/losses.md").read_text()
+    tests = list(tests_in(root / "tests"))
+    titles = re.findall("^# (.*)", (root / "tests/mutations.txt").read_text(), re.M)
+    for pattern in re.findall(r"`([A-Z]\w+\.[\w*]+)`", page):
+        if not fnmatch.filter(tests, pattern):
+            yield f"no such test: {pattern}"
+    for title in re.findall(r'`"(.+?)"`', page):
+        if title not in titles:
+            yield f"no such mutant: {title}"
+
+
 def main():
-    found = list(complaints(pathlib.Path(sys.argv[1])))
+    root = pathlib.Path(sys.argv[1])
+    found = [f"docs/reliability.md: {complaint}" for complaint in complaints(root)]
+    found += [f"docs/losses.md: {complaint}" for complaint in complaints_about_losses(root)]
     for complaint in found:
-        print(f"docs/reliability.md: {complaint}", file=sys.stderr)
+        print(complaint, file=sys.stderr)
     return 1 if found else 0
 
 

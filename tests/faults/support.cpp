@@ -23,8 +23,14 @@ QByteArray encoded(const QString &path) { return QFile::encodeName(path); }
 
 } // namespace
 
-Application::Application()
+Application::Application(const char *faults)
 {
+    if (*faults) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("LD_PRELOAD", FAULTS_LIBRARY);
+        environment.insert("FAULTS", faults);
+        process.setProcessEnvironment(environment);
+    }
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process.start(FAULTS_APPLICATION, QStringList());
     EXPECT_TRUE(process.waitForStarted(patience));
@@ -83,6 +89,16 @@ void Application::kill()
 {
     process.kill();
     EXPECT_TRUE(process.waitForFinished(patience));
+}
+
+int Application::endingSignal()
+{
+    if (!process.waitForFinished(20000)) {
+        kill();
+        return 0;
+    }
+    EXPECT_EQ(process.exitStatus(), QProcess::CrashExit);
+    return process.exitCode();
 }
 
 SmallDisk::SmallDisk(const QString &place, const char *options) : directory(place)

@@ -15,13 +15,16 @@
 class Application
 {
 public:
-    Application();
+    Application() : Application("") {}
+    /// Makes some of its system calls fail; tool/faults.cpp says how they are named.
+    explicit Application(const char *faults);
     ~Application();
 
     /// Gives a command and does not wait for its answer.
     void tell(const QStringList &words);
     /// Waits for the next answer, which comes even if a lock is waited for.
     QJsonValue answer();
+    bool answersWithin(int milliseconds) { return process.waitForReadyRead(milliseconds); }
     QJsonValue ask(const QStringList &words);
 
     void set(const QString &group, const QString &key, const QString &text);
@@ -34,6 +37,8 @@ public:
     /// Ends the input, so that the manager is destroyed, and waits for the exit.
     void exit();
     void kill();
+    /// Waits until a signal has ended it, and returns the signal; 0 if none comes.
+    int endingSignal();
 
 private:
     QProcess process;

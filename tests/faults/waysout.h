@@ -17,6 +17,8 @@
 #include <QtCore/QTemporaryDir>
 
 #include <algorithm>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace waysout {
 
@@ -52,6 +54,33 @@ inline bool isOnDisk(const QString &file, const stbconfig::IReadableBackend *sto
                return copy->contains({}, key)
                    && textOf(copy->value({}, key)) == textOf(storage->value({}, key));
            });
+}
+
+// To be asked before the first change: a file that could not be read counts as empty, and the change
+// would be written in the place of all that is in it.
+inline bool wasRead(const QString &file, const stbconfig::IReadableBackend *storage)
+{
+    const bool looksEmpty = storage->allKeys().isEmpty(); // reads all, then isValid() is right
+    const bool isEmpty = QFileInfo(file).size() == 0;
+    return storage->isValid() && looksEmpty == isEmpty && isOnDisk(file, storage);
+}
+
+// Writes what was changed so far, and tells whether a power cut can no longer take it back. To be
+// called in the thread that made the manager.
+inline bool makeDurable(const QString &file, const stbconfig::IReadableBackend *storage)
+{
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::UpdateRequest); // Qt's note to write
+    const QFileInfo written(QFileInfo(file).canonicalFilePath());
+    for (const QString &path : {written.filePath(), written.path()}) {
+        const int descriptor = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+        const bool isFlushed = fsync(descriptor) == 0;
+        // What is read next comes from the disk: a flush by Qt that failed is not told again.
+        posix_fadvise(descriptor, 0, 0, POSIX_FADV_DONTNEED);
+        ::close(descriptor);
+        if (!isFlushed)
+            return false;
+    }
+    return storage->isValid() && isOnDisk(file, storage);
 }
 
 // Every write needs room for the whole file, the old one being still there.

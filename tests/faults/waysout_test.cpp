@@ -82,6 +82,50 @@ TEST_F(WaysOut, TheEndThatASizeLimitCutsIsMissedOnTheDisk)
     EXPECT_FALSE(findsAllOnDisk(application));
 }
 
+TEST_F(WaysOut, AFileThatWasReadMayBeWritten)
+{
+    const auto wasRead = [this] {
+        Application application;
+        open(application);
+        return application.ask({"was read", customFile()}).toBool();
+    };
+    EXPECT_TRUE(wasRead()) << "there is none yet";
+    writeCustomFile("");
+    EXPECT_TRUE(wasRead());
+    writeCustomFile("[Audio]\nvolume=7\nlist=a, b\n");
+    EXPECT_TRUE(wasRead());
+}
+
+TEST_F(WaysOut, AFileThatWasNotReadWholeIsSeenBeforeItIsWritten)
+{
+    writeCustomFile("[Audio]\nvolume=7\n\n[Zone]\nname=x\n");
+    for (const char *faults :
+         {"read:custom.conf:EIO:1", "access:custom.conf:EIO:1", "read:custom.conf:EIO:all",
+          "access:custom.conf:EIO:all", "read:custom.conf:short:1 read:custom.conf:EIO:2"}) {
+        Application application(faults);
+        open(application);
+        EXPECT_FALSE(application.ask({"was read", customFile()}).toBool()) << faults;
+    }
+    writeCustomFile("[Audio]\nbroken\nvolume=7\n");
+    Application application;
+    open(application);
+    EXPECT_FALSE(application.ask({"was read", customFile()}).toBool()) << "a line would be lost";
+}
+
+TEST_F(WaysOut, OnlyAFreshProcessReadsAFileAgainThatWasNotRead)
+{
+    writeCustomFile("[Audio]\nvolume=7\n");
+    Application application("read:custom.conf:EIO:1");
+    open(application);
+    ASSERT_FALSE(application.ask({"was read", customFile()}).toBool());
+    application.ask({"close"});
+    open(application);
+    EXPECT_FALSE(application.ask({"was read", customFile()}).toBool()) << "a second manager";
+    application.exit();
+
+    EXPECT_EQ(onDisk("Audio", "volume"), "7");
+}
+
 TEST_F(WaysOut, AnEmptyLockIsDroppedAndAnotherIsKept)
 {
     const QString lock = scratch.write("data/custom.conf.lock", "");
@@ -92,4 +136,39 @@ TEST_F(WaysOut, AnEmptyLockIsDroppedAndAnotherIsKept)
     scratch.write("data/custom.conf.lock", "1\n");
     application.ask({"drop empty lock", customFile()});
     EXPECT_TRUE(QFile::exists(lock));
+}
+
+TEST_F(WaysOut, AChangeThatIsMadeDurableIsOnTheDiskAtOnce)
+{
+    Application application;
+    open(application);
+    application.set("Video", "output", "scart");
+    EXPECT_FALSE(findsAllOnDisk(application));
+
+    EXPECT_TRUE(application.ask({"make durable", customFile()}).toBool());
+    EXPECT_TRUE(findsAllOnDisk(application));
+}
+
+TEST_F(WaysOut, AChangeThatIsNotWrittenWholeIsNotCalledDurable)
+{
+    writeCustomFile("[Video]\noutput=hdmi\n\n[Zone]\nname=" + QByteArray(1000, 'x') + '\n');
+    Application application;
+    application.ask({"limit file size", "200"});
+    open(application);
+    application.set("Video", "output", "scart");
+
+    EXPECT_FALSE(application.ask({"make durable", customFile()}).toBool());
+    EXPECT_EQ(onDisk("Video", "output"), "scart");
+}
+
+TEST_F(WaysOut, AChangeIsNotCalledDurableIfTheFileOrItsDirectoryCannotBeFlushed)
+{
+    for (const char *fault : {"fsync:custom.conf:EIO:1", "fsync:data:EIO:1"}) {
+        Application application(fault);
+        open(application);
+        application.set("Video", "output", fault);
+
+        EXPECT_FALSE(application.ask({"make durable", customFile()}).toBool()) << fault;
+        EXPECT_EQ(onDisk("Video", "output"), fault);
+    }
 }

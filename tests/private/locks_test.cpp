@@ -6,11 +6,14 @@
 
 #include <stbconfig/configurationmanager_p.h>
 
+#include <QtCore/QFile>
+
 #include <atomic>
-#include <chrono>
 #include <functional>
 #include <mutex>
 #include <thread>
+
+#include <unistd.h>
 
 using namespace stbconfig;
 using ::testing::_;
@@ -39,20 +42,34 @@ protected:
         return !isFree;
     }
 
-    // Whether the call waits while somebody else holds the manager's lock.
+    // Whether the system says that a thread of this process sleeps.
+    static bool isAsleep(pid_t thread)
+    {
+        QFile file(QString("/proc/self/task/%1/stat").arg(thread));
+        const QByteArray status = file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+        return status.mid(status.lastIndexOf(')') + 2, 1) == "S";
+    }
+
+    // Whether the call sleeps while somebody else holds the manager's lock: not whether it has
+    // returned after some time, which a thread that has not even started has not either.
     bool waitsForTheLock(const std::function<void()> &call)
     {
+        std::atomic<pid_t> thread{0};
         std::atomic_bool hasReturned{false};
         d().mutex.lock();
         std::thread caller([&] {
+            thread = gettid();
             call();
             hasReturned = true;
         });
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        const bool waited = !hasReturned;
+        bool waits = false;
+        while (!waits && !hasReturned) {
+            std::this_thread::yield();
+            waits = thread != 0 && isAsleep(thread) && !hasReturned;
+        }
         d().mutex.unlock();
         caller.join();
-        return waited;
+        return waits;
     }
 };
 

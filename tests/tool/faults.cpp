@@ -1,10 +1,11 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-// Preloaded into the command, makes calls fail, as a dying disk or a full quota does:
+// Preloaded into the command or an application, makes calls fail, as a dying disk or a full quota
+// does:
 //
 //   FAULTS="CALL:NAME:WHAT:WHICH ..."
-//       CALL   read, write, fsync, fdatasync, fchown or rename
+//       CALL   access, read, write, fsync, fdatasync, fchown or rename
 //       NAME   the end of the file's name, or NEW for the new file that is to replace another
 //       WHAT   the name of an error; "short", for some of the bytes; "end", for half of the file
 //              and then its end; "run", for running FAULTS_RUN in a shell, then the call
@@ -21,6 +22,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <map>
 #include <string>
 #include <sys/mman.h>
 #include <sys/types.h>
@@ -70,11 +72,11 @@ Function real(const char *name)
 
 int numberOf(const std::string &error)
 {
-    return error == "EIO"   ? EIO
-        : error == "ENOSPC" ? ENOSPC
-        : error == "EDQUOT" ? EDQUOT
-        : error == "EPERM"  ? EPERM
-                            : EINVAL;
+    const std::map<std::string, int> numbers{
+        {"EIO", EIO},       {"ENOSPC", ENOSPC}, {"EDQUOT", EDQUOT}, {"EPERM", EPERM},
+        {"EACCES", EACCES}, {"EINTR", EINTR},   {"ESRCH", ESRCH}};
+    const auto it = numbers.find(error);
+    return it == numbers.end() ? EINVAL : it->second;
 }
 
 __attribute__((constructor)) void start()
@@ -171,7 +173,8 @@ ssize_t read(int descriptor, void *bytes, size_t count)
     if (fate == "end") {
         const ssize_t size = lseek(descriptor, 0, SEEK_END);
         lseek(descriptor, 0, SEEK_SET);
-        const ssize_t result = next(descriptor, bytes, static_cast<size_t>(size) / 2);
+        const ssize_t result =
+            next(descriptor, bytes, std::min(count, static_cast<size_t>(size) / 2));
         lseek(descriptor, 0, SEEK_END);
         return result;
     }
@@ -196,6 +199,12 @@ int fchown(int descriptor, uid_t user, gid_t group)
     const std::string fate = fateOf("fchown", pathOf(descriptor));
     return fate.empty() ? real<int (*)(int, uid_t, gid_t)>("fchown")(descriptor, user, group)
                         : fail(fate);
+}
+
+int access(const char *path, int mode)
+{
+    const std::string fate = fateOf("access", path);
+    return fate.empty() ? real<int (*)(const char *, int)>("access")(path, mode) : fail(fate);
 }
 
 int rename(const char *from, const char *to)
