@@ -25,6 +25,12 @@ public:
     QString persistentPrefix() const { return directory + "/data/"; }
     QString defaultPrefix() const { return directory + "/etc/"; }
 
+    /// Of the box, or of something in it.
+    QString path(const QString &name = {}) const
+    {
+        return directory + (name.isEmpty() ? "" : "/") + name;
+    }
+
     static void write(const QString &path, const QByteArray &content);
 
     /// Gives the files another path, so that Qt reads them anew.

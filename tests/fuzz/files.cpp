@@ -12,8 +12,6 @@
 #include <stbconfig/configurationmanager.h>
 #include <stbconfig/logsconfigwrapper.h>
 
-#include <QtCore/QRegularExpression>
-
 using namespace stbconfig;
 
 namespace {
@@ -23,30 +21,6 @@ namespace {
 __attribute__((used, section("__libfuzzer_extra_counters"))) std::uint8_t seen[256];
 
 void see(uint kind, uint what) { seen[(kind * 64 + what % 64) % 256] = 1; }
-
-// Qt unpacks "@Variant(" and "@DateTime(" by its serialisation, which allocates whatever size it is
-// told: hostile bytes there exhaust the memory or end the process, and the library cannot prevent
-// it. They are left out in every spelling, so that everything else is searched.
-bool isPackedByQt(const QByteArray &content)
-{
-    static const QRegularExpression packed = [] {
-        QString pattern;
-        for (const char *word : {"@Variant(", "@DateTime("}) {
-            pattern += pattern.isEmpty() ? "" : "|";
-            for (const char *letter = word; *letter != '\0'; ++letter) {
-                // As it is, in hexadecimal or in octal, and then whatever the parser may drop.
-                pattern += QString("(?:%1|\\\\x[0-9a-f]*%2|\\\\[0-7]*%3)(?:[\"\\x80-\\xff]|\\\\.)*")
-                               .arg(QRegularExpression::escape(QString(*letter)))
-                               .arg(uint(*letter), 0, 16)
-                               .arg(uint(*letter), 0, 8);
-            }
-        }
-        return QRegularExpression(pattern,
-                                  QRegularExpression::CaseInsensitiveOption
-                                      | QRegularExpression::DotMatchesEverythingOption);
-    }();
-    return packed.match(QString::fromLatin1(content)).hasMatch();
-}
 
 void readAll(const ConfigurationManager &manager, ConfigurationManager::SettingsLocation location)
 {

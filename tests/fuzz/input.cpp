@@ -5,9 +5,31 @@
 
 #include <QtCore/QDateTime>
 #include <QtCore/QPoint>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QSize>
 
 #include <cmath>
+
+bool isPackedByQt(const QByteArray &content)
+{
+    static const QRegularExpression packed = [] {
+        QString pattern;
+        for (const char *word : {"@Variant(", "@DateTime("}) {
+            pattern += pattern.isEmpty() ? "" : "|";
+            for (const char *letter = word; *letter != '\0'; ++letter) {
+                // As it is, in hexadecimal or in octal, and then whatever the parser may drop.
+                pattern += QString("(?:%1|\\\\x[0-9a-f]*%2|\\\\[0-7]*%3)(?:[\"\\x80-\\xff]|\\\\.)*")
+                               .arg(QRegularExpression::escape(QString(*letter)))
+                               .arg(uint(*letter), 0, 16)
+                               .arg(uint(*letter), 0, 8);
+            }
+        }
+        return QRegularExpression(pattern,
+                                  QRegularExpression::CaseInsensitiveOption
+                                      | QRegularExpression::DotMatchesEverythingOption);
+    }();
+    return packed.match(QString::fromLatin1(content)).hasMatch();
+}
 
 QString Input::text()
 {

@@ -1,0 +1,76 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#ifndef STBCONFIG_TESTS_FUZZ_SCENARIO_H
+#define STBCONFIG_TESTS_FUZZ_SCENARIO_H
+
+#include "box.h"
+#include "input.h"
+#include "process.h"
+
+#include <optional>
+
+/// The files of a run and one command over them.
+struct Scenario
+{
+    /// Makes the files in the box and composes the command.
+    Scenario(Input &input, Box &box);
+
+    QString customFile() const { return persistent + "custom.conf"; }
+    QString defaultsFile() const { return defaults + "stbapp.conf"; }
+    /// The file that a writer changes.
+    QString writtenFile() const { return storage ? persistent + *storage + ".db" : customFile(); }
+    /// The same command, before the command's own words and options.
+    Start startOf(const QList<QByteArray> &words) const;
+
+    QString persistent;
+    QString defaults;
+    Start start;
+
+    // What the command was told, as far as it is known. Of a wild one, nothing is.
+    bool isWild = false;
+    QByteArray command;
+    std::optional<QString> group; // of the setting
+    QString key;
+    std::optional<QByteArray> value;
+    QByteArray type;
+    std::optional<QString> storage;
+    std::optional<QString> removedGroup;
+    bool isRedundant = false;
+    bool isJson = false;
+    bool hasRecords = false;
+    bool showsSecrets = false;
+    bool isDryRun = false;
+    bool hasVariables = false; // that may answer
+    bool isNarrowed = false; // a reader that was asked for a part
+    bool isOrdinary = false; // nothing stands against a write
+    bool holdsPacked = false; // what Qt may die of
+
+    QString settingName() const;
+    bool isWriter() const;
+
+private:
+    void makeFiles(Input &input);
+    QByteArray content(Input &input);
+    void makeObstacles(Input &input);
+    void addVariables(Input &input);
+    void compose(Input &input);
+    void composeWild(Input &input);
+    void addSetWords(Input &input, QList<QByteArray> &words);
+    void addUnsetWords(Input &input, QList<QByteArray> &words);
+    void addGetWords(Input &input, QList<QByteArray> &words);
+    void addListWords(Input &input, QList<QByteArray> &words);
+    QList<QByteArray> commandWords(Input &input);
+    void chooseVariables(Input &input, unsigned which);
+    void addSetting(Input &input, QList<QByteArray> &words);
+    void addOption(Input &input, const QByteArray &name, const QByteArray &word);
+    void addStorage(Input &input);
+
+    Box &box;
+    QList<QByteArray> before;
+    QList<QByteArray> after;
+    bool isStrange = false; // the files are not all ordinary
+    bool hasRoot = false;
+};
+
+#endif
