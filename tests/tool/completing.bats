@@ -134,7 +134,7 @@ completes_lines()
     named=$("$STBCONFIG" --help | sed -n '/^Subcommands:/,$s/^  \([a-z]*\) .*/\1/p' | sort)
     [ -n "$named" ]
     [ "$(offered '')" = "$(echo $named)" ]
-    [ "$(offered --json ex)" = explain ]
+    [ "$(offered --json expl)" = explain ]
     [ -z "$(offered nosuch '')" ]
     [ -z "$(offered complete '')" ]
 }
@@ -176,6 +176,8 @@ completes_lines()
     [ "$(offered unset '')" = "/loose Audio/" ]
     [ "$(offered list A)" = Audio/ ]
     [ "$(offered diff Video/)" = Video/output ]
+    [ "$(offered diff --with "$box/e")" = "$box/etc/" ]
+    [ "$(offered diff --with "$box/etc/")" = "$defaults" ]
     [ -z "$(offered get Audio/volume '')" ]
 }
 
@@ -187,6 +189,16 @@ completes_lines()
     [ "$(offered get --storage '')" = store ]
     [ "$(offered get --storage store '')" = Kept/ ]
     [ "$(offered unset --storage=store Kept '')" = here ]
+}
+
+@test "a pattern and a file to import are completed" {
+    printf '[General]\nloose=1\n[Audio]\nvolume=3\n' >"$custom"
+    [ "$(offered reset '')" = "Audio/ loose" ]
+    [ "$(offered reset /l)" = /loose ]
+    [ "$(offered reset --keep Audio/)" = Audio/volume ]
+    [ "$(offered export V)" = Video/ ]
+    [ "$(offered import "$box/v")" = "$box/var/" ]
+    [ "$(offered import "$custom" --only '')" = "Audio/ Logging/ Profile/ Video/ loose" ]
 }
 
 @test "the logging settings are completed with their values" {
@@ -274,4 +286,18 @@ completes_lines()
     run zsh -dfc "fpath+=('$box/functions'); autoload -U compinit; compinit -u -D
         echo \$_comps[stbconfig]" </dev/null
     [ "$output" = "_$name" ]
+}
+
+@test "words that the command does not know are completed by nothing, and hide nothing" {
+    "$STBCONFIG" set My.Group/key 1
+    [ -z "$(offered get --nothing My)" ]
+    [ "$(offered get -- -- My)" = '' ]
+    [ "$(offered get -- My)" = My.Group/ ]
+    [ "$(offered get -- --persistent=/ My)" = '' ]
+    [ -z "$(offered get --nothing=x)" ]
+    [ -z "$(offered get --json=x)" ]
+    [ "$(offered set Logging/responseLengthLimit '')" = '' ]
+    [ "$("$STBCONFIG" complete | tr '\n' ' ')" = "$("$STBCONFIG" complete -- '' | tr '\n' ' ')" ]
+    printf '[A]\n\\xfffd=1\nb\\=2\nc=3\n' >"$custom"
+    [[ "$(offered get A/)" != *$'\ufffd'* ]]
 }

@@ -130,3 +130,26 @@ know()
     expect 3 --pid 4194305 list
     [ "$output" = "stbconfig: process 4194305: no such process; give the number of a running one" ]
 }
+
+@test "a file of variables may end anywhere" {
+    know
+    [ "$(read_from 'STBAPP_E_X=a\n# one')" = a ]
+    [ "$(read_from 'STBAPP_E_X=a\n# one\\')" = a ]
+    [ "$(read_from 'STBAPP_E_X=a\\')" = a ]
+    [ "$(read_from 'STBAPP_E_X="a b')" = 'a b' ]
+    [ "$(read_from 'STBAPP_E_X="a\\')" = 'a\' ]
+    [ "$(read_from "STBAPP_E_X='a\n")" = $'a' ]
+    [ "$(read_from 'STBAPP_E_X=a\n \t ')" = a ]
+    printf 'STBAPP_E_X' >"$box/env"
+    expect 3 --env-file "$box/env" get E x
+    [ "$output" = "stbconfig: $box/env: line 1 is no NAME=VALUE; correct the line" ]
+}
+
+@test "other variables of a file are left alone" {
+    know
+    printf 'STBCONFIG_DEFAULTS_PREFIX=/nowhere/\nSTBAPPX=1\nSTBAPP_E_X=1\n' >"$box/env"
+    expect 0 --env-file "$box/env" get E x
+    [ "$output" = 1 ]
+    rm "$box/env"
+    expect 3 --env-file "$box/env" get E x
+}

@@ -11,6 +11,7 @@ setup_file()
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>
+#include <poll.h>
 #include <limits.h>
 #include <stdarg.h>
 #include <stdio.h>
@@ -18,6 +19,7 @@ setup_file()
 #include <string.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 static int *calls; /* counted over all processes */
@@ -39,6 +41,49 @@ static int fails(const char *call, const char *path)
     return 1;
 }
 #define NEXT(function) __typeof__(function) *next = dlsym(RTLD_NEXT, #function)
+/* Before the file is opened with one of the flags: a command, once, or a sleep without end. */
+static void meddle(const char *path, int flags)
+{
+    const char *file = getenv("FAILING_FILE"), *wanted = getenv("MEDDLING_FLAGS");
+    const char *command = getenv("MEDDLING_COMMAND");
+    if (!wanted || !path || strcmp(file, path) || !(flags & atoi(wanted)))
+        return;
+    if (!command)
+        for (;;)
+            pause();
+    if (__sync_add_and_fetch(calls + 1, 1) == 1) {
+        unsetenv("LD_PRELOAD");
+        system(command);
+    }
+}
+/* A clock that runs so many times as fast, and nobody who waits notices. */
+static int haste(void) { return getenv("HASTE") ? atoi(getenv("HASTE")) : 1; }
+int clock_gettime(clockid_t clock, struct timespec *time)
+{
+    NEXT(clock_gettime);
+    int result = next(clock, time);
+    if (clock == CLOCK_MONOTONIC && haste() > 1) {
+        long long all = (time->tv_sec * 1000000000ll + time->tv_nsec) * haste();
+        time->tv_sec = all / 1000000000;
+        time->tv_nsec = all % 1000000000;
+    }
+    return result;
+}
+int poll(struct pollfd *descriptors, nfds_t count, int timeout)
+{
+    NEXT(poll);
+    return next(descriptors, count, timeout < 0 ? timeout : timeout / haste());
+}
+pid_t fork(void)
+{
+    NEXT(fork);
+    const char *failing = getenv("FAILING_FORK");
+    if (failing && __sync_add_and_fetch(calls + 2, 1) == atoi(failing)) {
+        errno = EAGAIN;
+        return -1;
+    }
+    return next();
+}
 ssize_t read(int descriptor, void *buffer, size_t size)
 {
     NEXT(read);
@@ -58,6 +103,7 @@ ssize_t read(int descriptor, void *buffer, size_t size)
         va_start(rest, flags);                                                                     \
         mode_t mode = va_arg(rest, mode_t);                                                        \
         va_end(rest);                                                                              \
+        meddle(path, flags);                                                                       \
         return fails("open", path) ? -1 : next(path, flags, mode);                                 \
     }
 int open(const char *, int, ...);
@@ -223,7 +269,8 @@ at_once()
         printf '4194305\nbox\n%s\n' "$(uname -n)" >"$custom.lock"
         touch -d "$time" "$custom.lock"
         at_once 0 set a b 1
-        [ -z "$output" ] && [ ! -e "$custom.lock" ]
+        [ -z "$output" ]
+        [ ! -e "$custom.lock" ]
         rm "$custom"
     done
 }
@@ -386,6 +433,26 @@ sys.exit(subprocess.call(sys.argv[1:], restore_signals=False))' "$STBCONFIG" set
     done
 }
 
+@test "where a change is saved, and no more can be told of it, the error says that it is saved" {
+    requires_failing
+    for words in "unset a/b" "reset a"; do
+        for from in {1..60}; do
+            printf '[a]\nb=1\n' >"$custom"
+            failing "$defaults" stat $from 1000 $words
+            [[ $output != *"the change is saved"* ]] || break
+            [ "$status" != 0 ] || [[ $from -gt 1 && $output != *"[failed]"* ]]
+        done
+        [ "$status" = 3 ]
+        [[ $output == *"stbconfig: $defaults: the change is saved, but cannot be read: Input/output error; "* ]]
+        [ -z "$(cat "$custom")" ]
+    done
+    # What is not saved is not said to be.
+    printf '[a]\nb=1\n' >"$custom"
+    failing "$defaults" stat 1 1000 unset a/b --dry-run
+    [ "$status" = 3 ]
+    [[ $output != *saved* ]]
+}
+
 @test "an error of the disk in between is found by check" {
     requires_failing
     { echo '[a]'; printf 'key%d=a value that is as long as this\n' {1..500}; } >"$custom"
@@ -418,8 +485,8 @@ sys.exit(subprocess.call(sys.argv[1:], restore_signals=False))' "$STBCONFIG" set
     for file in "$custom" "$defaults"; do
         nested "$file"
         cp "$file" "$box/before"
-        for words in "get x y --default 1" "explain x y" list diff logging locale check "set x y 1" "unset x y" \
-            "unset --redundant --no-env" "logging level debug"; do
+        for words in "get x y --default 1" "get x y --as-root" "explain x y" list diff logging locale check "set x y 1" \
+            "unset x y" "unset --redundant --no-env" "logging level debug"; do
             at_once 3 $words
             [[ $output == *"$file: would crash every program that reads it"* ]] ||
                 { echo "$words: $output"; return 1; }
@@ -464,4 +531,104 @@ sys.exit(subprocess.call(sys.argv[1:], restore_signals=False))' "$STBCONFIG" set
     at_once 3 get a b --default 1 --storage "$long"
     at_once 3 get a b --default 1 --persistent "$defaults/"
     [[ $output == *"Not a directory"* ]]
+}
+
+# Runs the command while something else is done at the moment when it opens a file with a flag.
+meddling()
+{
+    local file=$1 flags=$2 meddled=$3
+    shift 3
+    run timeout 20 env FAILING_FILE="$file" FAILING_CALL=none MEDDLING_FLAGS="$flags" ${meddled:+"MEDDLING_COMMAND=$meddled"} \
+        HASTE="${haste-1}" LD_PRELOAD="$BATS_FILE_TMPDIR/failing.so" "$STBCONFIG" "$@"
+}
+
+# As fcntl.h has them on Linux.
+exclusive=$((0200)) no_terminal=$((0400)) any_flag=$((~0))
+
+@test "what takes a file's place between two looks is not waited for" {
+    requires_failing
+    printf '[a]\nb=1\n' >"$custom"
+    meddling "$custom" $no_terminal "rm '$custom'; mkfifo '$custom'" get a b
+    [ "$status" = 3 ]
+    [ "$output" = "stbconfig: $custom: not a file but a FIFO; move it away" ]
+}
+
+@test "a file that vanishes between two looks is no error" {
+    requires_failing
+    printf '[a]\nb=1\n' >"$custom"
+    printf 'STBAPP_A_B=1\n' >"$box/variables"
+    meddling "$box/variables" $no_terminal "rm '$box/variables'" get a b --env-file "$box/variables"
+    [ "$status" = 3 ]
+    [ "$output" = "stbconfig: $box/variables: no such file; name a file of NAME=VALUE lines" ]
+}
+
+@test "root makes no file where somebody has put a link meanwhile" {
+    requires_failing
+    [ "$(id -u)" = 0 ] || skip "needs root, for whom others lay links"
+    chmod 1777 "$box/var"
+    meddling "$custom" $exclusive "ln -s '$box/other' '$custom'" set a b 1
+    [ "$status" = 4 ]
+    [ "$output" = "stbconfig: $custom: not saved: File exists; try again, and see who else makes it" ]
+    [ ! -e "$box/other" ]
+    [ -L "$custom" ]
+}
+
+@test "a child that does not end is ended, and the command says so" {
+    requires_failing
+    printf '[a]\nb=1\n' >"$custom"
+    haste=100
+    meddling "$custom" $any_flag '' get a b
+    [ "$status" = 3 ]
+    [ "$output" = "stbconfig: stbconfig: no end after 34 seconds; see what holds the files or their disk" ]
+    meddling "$custom" $any_flag '' list --storage epg --create
+    [ "$status" = 3 ]
+    meddling "$custom" $any_flag '' set --persistent "$box/var/" a b 2
+    [ "$status" = 4 ]
+    [ "$output" = "stbconfig: stbconfig: it is not known whether the change is saved: no end after 34 seconds; see what holds the files or their disk" ]
+    [ "$(cat "$custom")" = $'[a]\nb=1' ]
+    for ((i = 0; i < 100; ++i)); do
+        pgrep -f -- "set --persistent $box" >/dev/null || return 0
+        sleep 0.02
+    done
+    return 1
+}
+
+@test "each child that cannot be started is a reason with a status" {
+    requires_failing
+    printf '[a]\nb=1\n' >"$custom"
+    for number in 1 2 3; do
+        run env FAILING_FORK=$number LD_PRELOAD="$BATS_FILE_TMPDIR/failing.so" "$STBCONFIG" set a b 2
+        # The child that reads is the second, and the one that writes is the third.
+        wanted=$([ "$number" = 2 ] && echo 3 || echo 4)
+        [ "$status" = "$wanted" ] || { echo "$number: $status: $output"; return 1; }
+        [[ $output == "stbconfig: "*"no process could be started: Resource temporarily unavailable; end some processes, or free some memory" ]]
+        [ "$(cat "$custom")" = $'[a]\nb=1' ]
+    done
+}
+
+@test "what moves settings says which of its processes cannot be started" {
+    requires_failing
+    printf '[a]\nb=1\n' >"$custom"
+    mkdir "$box/other"
+    cp "$custom" "$box/other"
+    for words in export "import $box/other/custom.conf" "reset --dry-run" "diff --with $box/other"; do
+        for number in {1..5}; do
+            run env FAILING_FORK=$number LD_PRELOAD="$BATS_FILE_TMPDIR/failing.so" "$STBCONFIG" $words
+            [ "$status" != 0 ] || break
+            [[ $output =~ ^stbconfig:\ .*(:\ Resource\ temporarily\ unavailable|cannot\ be\ written\ as\ a\ whole)\;  && ${#lines[@]} = 1 ]] ||
+                { echo "$words $number: $status: $output"; return 1; }
+        done
+        [ "$number" -gt 1 ]
+    done
+}
+
+@test "another side that does not answer is status 3" {
+    requires_failing
+    printf '[a]\nb=1\n' >"$custom"
+    mkdir "$box/other"
+    cp "$custom" "$box/other"
+    haste=100
+    meddling "$box/other/custom.conf" $any_flag '' diff --with "$box/other"
+    [ "$status" = 3 ]
+    [ "$output" = "stbconfig: $box/other: no end after 12 seconds; see what holds the files or their disk" ]
 }

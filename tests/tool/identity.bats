@@ -95,6 +95,32 @@ root_only()
     [ "$(cat "$box/root/custom.conf")" = $'[a]\nb=secret' ]
 }
 
+@test "a user's link in an image, or on the way to it, makes root that user" {
+    given_to "$user"
+    root_only
+    mkdir -p "$box/image/closed"
+    printf '[a]\nb=secret\n' >"$box/image/closed/custom.conf"
+    chmod 600 "$box/image/closed/custom.conf"
+    ln -s /closed "$box/image/data"
+    chown -h "$user" "$box/image/data"
+    for words in "get a b" "set a b 2" list; do
+        expect 3 $words --root "$box/image" --persistent /data/ --defaults /etc/
+        [[ $output != *secret* && $output == *"Permission denied for user $user, who owns $box/image/data "* ]]
+    done
+    expect 0 get a b --root "$box/image" --persistent /data/ --defaults /etc/ --as-root
+    ln -s "$box/image" "$box/link"
+    chown -h "$user" "$box/link"
+    expect 3 get a b --root "$box/link" --persistent /closed/ --defaults /etc/
+    # Nor does a link that anybody could have put there decide where root writes.
+    mkdir -m 1777 "$box/image/tmp"
+    mv "$box/image/data" "$box/image/tmp"
+    chown -h root "$box/image/tmp/data"
+    expect 0 set a b 3 --root "$box/image" --persistent /tmp/data/ --defaults /etc/
+    chmod 777 "$box/image/tmp"
+    expect 4 set a b 4 --root "$box/image" --persistent /tmp/data/ --defaults /etc/
+    grep -qx b=3 "$box/image/closed/custom.conf"
+}
+
 @test "a user's link creates no file elsewhere" {
     given_to "$user"
     root_only
@@ -213,6 +239,19 @@ root_only()
     chmod 1777 "$box/var"
     expect 0 set a b 1
     [ "$(stat -c %u "$custom")" = 0 ]
+    : >"$custom.lock"
+    chown "$user" "$custom.lock"
+    touch -d '1 minute ago' "$custom.lock"
+    expect 0 set a b 2
+    [ ! -e "$custom.lock" ]
+}
+
+@test "a directory that root's own group can write is root's" {
+    [ "$(id -u)" = 0 ] || skip "needs root"
+    chmod 775 "$box/var"
+    chgrp 0 "$box/var"
+    expect 0 set a b 1
+    grep -qx b=1 "$custom"
 }
 
 @test "root writes below no directory in which others can exchange the next one" {
@@ -302,4 +341,77 @@ until_processes()
     chown 65534 "$custom.lock" # which that user may remove
     as 65534 set a b 1
     [ "$status" = 0 ]
+}
+
+@test "where root cannot become a directory's owner, the line says so and names --as-root" {
+    given_to "$user"
+    expect 0 set a b 1
+    for missing in -setgid -setuid -setgid,-setuid; do
+        for words in "get a b" "set a b 2"; do
+            run setpriv --bounding-set="$missing" $EMULATOR "$STBCONFIG" $words
+            [ "$status" = 3 ]
+            [ "$output" = "stbconfig: $box/var: belongs to user $user, whom root cannot become: Operation not permitted; work as that user, or add --as-root if you trust the directory" ] ||
+                { echo "$missing $words: $output"; return 1; }
+        done
+    done
+}
+
+@test "an old lock that its directory's owner may not write is named at once" {
+    given_to 65534
+    : >"$custom.lock"
+    chmod 644 "$custom.lock"
+    touch -d '1 minute ago' "$custom.lock"
+    as 65534 set a b 1
+    [ "$status" = 4 ]
+    [ "$output" = "stbconfig: $custom.lock: not saved: an old lock of root, which cannot be removed, holds every write; remove it" ] ||
+        { echo "$output"; return 1; }
+}
+
+@test "a directory that may be searched and written, but not listed, is written" {
+    given_to 65534
+    chmod 300 "$box/var"
+    as 65534 set a b 1
+    [ "$status:$output" = 0: ]
+    grep -qx b=1 "$custom"
+}
+
+@test "a group that a write would change is named, unless the directory or the user gives it" {
+    given_to "$user"
+    printf '[a]\nb=1\n' >"$custom"
+    chown "$user:4343" "$custom"
+    as "$user" set a b 2
+    [ "$status" = 4 ]
+    [ "$output" = "stbconfig: $custom: not saved: its group 4343 would change; give it a group of the user who writes it" ]
+    chown "$user:4343" "$box/var"
+    as "$user" set a b 2
+    [ "$status" = 4 ] # the directory gives its group to what is made in it only if it has the bit
+    chmod g+s "$box/var"
+    as "$user" set a b 2
+    [ "$status:$output:$(stat -c %g "$custom")" = 0::4343 ]
+    chown "$user:4344" "$custom"
+    as "$user" set a b 3
+    [ "$status" = 4 ]
+    chmod g-s "$box/var"
+    run setpriv --reuid "$user" --regid "$user" --groups 4344 $EMULATOR \
+        "$BATS_FILE_TMPDIR/installed/bin/${PROGRAM##*/}" set a b 3
+    [ "$status:$output:$(stat -c %g "$custom")" = 0::4344 ]
+}
+
+@test "another user's process is one that runs" {
+    given_to 65534
+    printf '1\n%s\n%s\n' nobody-knows "$(uname -n)" >"$custom.lock"
+    touch -d 2037-01-01 "$custom.lock"
+    as 65534 set a b 1
+    [ "$status" = 4 ]
+    [ "$output" = "stbconfig: $custom.lock: not saved: process 1 with a time stamp in the future holds every write; remove it" ]
+}
+
+@test "who owns a sticky directory can remove another user's old lock there" {
+    given_to 65534
+    chmod 1777 "$box/var"
+    : >"$custom.lock"
+    chmod 666 "$custom.lock"
+    touch -d '1 minute ago' "$custom.lock"
+    as 65534 set a b 1
+    [ "$status:$output" = 0: ]
 }

@@ -175,7 +175,8 @@ inside()
             [[ $output == *"; give --root the directory of an unpacked image" ]]
         done
     done
-    [ ! -e "$box/none" ] && [ ! -e "$box/nowhere" ]
+    [ ! -e "$box/none" ]
+    [ ! -e "$box/nowhere" ]
     [ "$(listing)" = "$before" ]
 }
 
@@ -201,6 +202,8 @@ inside()
     [ "$output" = host ]
     expect 0 --root / --persistent "$image/data/" --defaults "$image/etc/stbapp/" set a b 1
     grep -qx b=1 "$image/data/custom.conf"
+    expect 0 --root / --persistent / --defaults / locations
+    [[ $output == *" /custom.conf"$'\n'* && $output == *" /stbapp.conf"$'\n'* ]]
 }
 
 @test "a prefix needs no slash at its beginning, and may begin the files' names" {
@@ -222,7 +225,8 @@ inside()
     for persistent in /../../host/ ../host/ /data/../../../host/ ../; do
         inside 0 set Video output 1
     done
-    [ -e "$image/host/custom.conf" ] && [ -e "$image/custom.conf" ]
+    [ -e "$image/host/custom.conf" ]
+    [ -e "$image/custom.conf" ]
 }
 
 @test "a prefix that loops or leads through a file is unreadable" {

@@ -144,6 +144,18 @@ says()
     says "d == []"
 }
 
+@test "an entry without a name has the empty name, in every command" {
+    printf '=x\n[A]\nb=1\n' | tee "$custom" "$defaults" >"$box/var/s.db"
+    holds list 0 list --storage s
+    says "[i['setting'] for i in d] == ['', 'A/b']"
+    holds list 0 list
+    says "[i['setting'] for i in d] == ['', 'A/b']"
+    holds diff 1 diff
+    says "[i['setting'] for i in d] == ['', 'A/b']"
+    holds unset 0 unset --redundant
+    says "[i['setting'] for i in d] == ['', 'A/b']"
+}
+
 @test "diff states each state" {
     printf '[Video]\noutput=hdmi\nmode=1\n[A]\nx=1\n' >"$custom"
     printf '[Video]\noutput=hdmi\nmode=2\n' >"$defaults"
@@ -192,6 +204,31 @@ says()
         says "d[0]['origin'] is None"
     done
     holds unset 0 unset --redundant
+    says "d == []"
+}
+
+@test "import states what changes, in a dry run too" {
+    printf '[A]\nb=2\nl=1, 2\n[User]\npin=4711\n' >"$box/given"
+    for change in --dry-run ""; do
+        printf '[A]\nb=1\nc=2\n' >"$custom"
+        holds import 0 import --replace "$box/given" $change
+        says "d == [{'setting': 'A/b', 'state': 'changed', 'value': '2', 'old': '1'}, {'setting': 'A/l', 'state': 'added', 'value': ['1', '2'], 'old': None}, {'setting': 'User/pin', 'state': 'added', 'value': '********', 'old': None}, {'setting': 'A/c', 'state': 'removed', 'value': None, 'old': '2'}]"
+    done
+    holds import 0 import "$box/given"
+    says "d == []"
+}
+
+@test "reset states what answers then, in a dry run too" {
+    for change in --dry-run ""; do
+        printf '[A]\nb=1\n[Video]\noutput=scart\n[User]\npin=4711\n' >"$custom"
+        holds reset 0 reset --keep 'U*' $change
+        says "d == [{'setting': 'A/b', 'state': 'reset', 'value': None, 'origin': None}, {'setting': 'Video/output', 'state': 'reset', 'value': 'hdmi', 'origin': 'StbappConfDefault'}, {'setting': 'User/pin', 'state': 'kept', 'value': '********', 'origin': 'CustomConfPersistent'}]"
+        printf '[A]\nb=1\nc=1\n' >"$box/var/epg.db"
+        holds reset 0 reset --storage epg --keep A/c $change
+        says "d == [{'setting': 'A/b', 'state': 'reset', 'value': None, 'origin': None}, {'setting': 'A/c', 'state': 'kept', 'value': '1', 'origin': '$box/var/epg.db'}]"
+    done
+    rm "$custom"
+    holds reset 0 reset
     says "d == []"
 }
 
@@ -257,6 +294,36 @@ found()
     # As the command itself lists them.
     diff <(sed -n 's/^ *{"\(.*\)", Severity::.*/\1/p' "$BATS_TEST_DIRNAME/../../tools/stbconfig/check/finding.cpp" | sort) \
         <(sort -u "$box/found")
+}
+
+@test "diff --with states each state" {
+    printf '[A]\nchanged=1\nhere=x, y\nsize=@Size(1 2)\n[User]\npin=1\n' >"$custom"
+    printf '[A]\nchanged=2\nthere=1\nsize=@Size(1 3)\n[User]\npin=2\n' >"$box/other"
+    holds diff-with 1 diff --with "$box/other"
+    says "[row['state'] for row in d] == ['changed', 'only-here', 'changed', 'only-there', 'differs']"
+    says "d[0] == {'setting': 'A/changed', 'state': 'changed', 'here': '1', 'there': '2'}"
+    says "d[1]['here'] == ['x', 'y'] and d[1]['there'] is None"
+    says "d[2]['there'] == {'type': 'QSize', 'text': '@Size(1 3)'}"
+    says "d[4]['here'] == d[4]['there'] == '********'"
+    holds diff-with 0 diff --with "$custom"
+    says "d == []"
+}
+
+@test "report states each part, and null for what cannot be told" {
+    printf '[A]\nb=1\n[User]\npin=1\n' >"$custom"
+    printf '[A]\nb=1\n' >"$box/var/epg.db"
+    STBAPP_A_B=2 holds report 0 report
+    says "d['settings'][0] == {'setting': 'A/b', 'value': '1', 'origin': 'CustomConfPersistent'}"
+    says "[row['state'] for row in d['diff']] == ['added', 'shadowed', 'added']"
+    says "d['masked'] == 1 and d['hiddenNames'] == 0 and d['problems'] == []"
+    says "[row['name'] for row in d['locations']][:3] == ['CustomConfPersistent', 'StbappConfDefault', 'storage 1']"
+    says "d['locations'][2]['file'] is None and d['locations'][2]['mode'] is not None"
+    says "d['locale'] == {'locale': 'ru_RU', 'text': 'ru', 'origin': 'built in'} and len(d['logging']) == 4"
+    rm "$custom"
+    mkfifo "$custom"
+    holds report 0 report
+    says "d['problems'][0]['place'] == '$custom' and d['fingerprint'] is None"
+    says "d['locations'][0]['problem'] and len(d['settings']) == 1"
 }
 
 @test "an answer of nothing is JSON too" {

@@ -144,6 +144,47 @@ for entry in json.load(sys.stdin):
     done
 }
 
+@test "a write that is cut off at a block's end, behind a line, ends with the old bytes" {
+    # Lines of 16 bytes: the half of the file that is written ends with a line and is one block.
+    holding '[aaaaaaaaaaaaa]' $(seq -f 'key%03.f=12345678' 1 63)
+    with_faults "write:NEW:short:1 write:NEW:ENOSPC:2" set aaaaaaaaaaaaa key063 87654321
+    [ "$status" = 4 ]
+    [ "$output" = "stbconfig: $custom: not saved: the write was cut off; the old file was put back; check the file system, then try again" ] ||
+        { echo "$output"; return 1; }
+    cmp "$box/before" "$custom"
+}
+
+@test "a new file whose write is cut off after some of the bytes is removed" {
+    with_faults "write:NEW:short:1 write:NEW:ENOSPC:2" set a changed "$(head -c 9000 /dev/zero | tr '\0' x)"
+    [ "$status" = 4 ]
+    [[ $output == *"not saved: the write was cut off; the old file was put back; "* ]] || { echo "$output"; return 1; }
+    [ ! -e "$custom" ]
+}
+
+@test "an old file that cannot be put back is told" {
+    for fault in write:NEW:EIO:3 fsync:NEW:EIO:all rename:/custom.conf:EIO:2; do
+        holding '[a]' b=1 "long=$(head -c 9000 /dev/zero | tr '\0' x)"
+        with_faults "write:NEW:short:1 write:NEW:ENOSPC:2 $fault" set a changed 1
+        [ "$status" = 4 ]
+        [[ $output == "stbconfig: $custom: not saved: the write was cut off, and the old file could not be put back: Input/output error; "* ]] ||
+            { echo "$fault: $output"; return 1; }
+        [ "$(ls "$box/var")" = custom.conf ]
+    done
+}
+
+@test "a half of a file is not taken for all of it" {
+    # Qt and this command read it in turn: one of these is the last look before the write.
+    for which in 1 2 3 4 5 6 7 8; do
+        holding '[a]' b=1 '[z]' last=1
+        with_faults "read:/custom.conf:end:$which" set c changed 1
+        [[ $output == *"custom.conf: only a part of it could be read; try again, and check the disk" ]] || continue
+        [ "$status" = 3 ]
+        cmp "$box/before" "$custom"
+        return 0
+    done
+    return 1
+}
+
 @test "a new file whose write is cut off does not stay" {
     with_faults "write:NEW:ENOSPC:all" set c changed 1
     [ "$status" = 4 ]
@@ -155,7 +196,8 @@ for entry in json.load(sys.stdin):
     holding '[a]' b=1
     chown 1234:1234 "$custom"
     with_faults "fchown:custom.conf:EPERM:all" --as-root set c changed 1
-    [[ $status = 4 ]]
+    [ "$status" = 4 ]
+    [ "$output" = "stbconfig: $custom: written, but its owner could not be kept: Operation not permitted; give it back to its owner" ]
 }
 
 @test "the file keeps its mode, owner and group" {
@@ -169,6 +211,10 @@ for entry in json.load(sys.stdin):
         expect 0 unset c changed
         [ "$(stat -c %u:%g:%a "$custom")" = "1234:1235:$mode" ]
     done
+    chown 0:1235 "$custom"
+    expect 0 set c changed 0
+    [ "$(stat -c %u:%g:%a "$custom")" = "0:1235:444" ]
+    chown 1234 "$custom"
     chgrp 1236 "$box/var"
     chmod 2755 "$box/var"
     expect 0 set c changed 1
@@ -276,6 +322,10 @@ x=@Size(1 2)
 x=@Rect(1 2 3 4)
 x=@ByteArray(a\\0b)
 x=@Variant(\\0\\0\\0\\x2\\0\\0\\0\\x5)
+x=@Variant(\\0\\0\\0\\x3\\0\\0\\0\\x5)
+x=@Variant(\\0\\0\\0\\x4\\0\\0\\0\\0\\0\\0\\0\\x5)
+x=@Variant(\\0\\0\\0\\x5\\0\\0\\0\\0\\0\\0\\0\\x5)
+x=@String(a\\0b), b
 x=@Variant(\\0\\0\\0\\x1\\x1)
 x=@Variant(\\0\\0\\0\\xb\\0\\0\\0\\x1\\0\\0\\0\\x2\\0y)
 x=@Variant(\\0\\0\\0\\xb\\0\\0\\0\\0)
@@ -374,4 +424,99 @@ for number in range(100):
         assert after == expected, (number, words, data, before, after)
 assert writes > 30, writes
 EOF
+}
+
+@test "calls that a signal interrupts are made again" {
+    holding '[a]' b=1
+    for call in read:/custom.conf write:] read:]; do
+        for which in 1 2 3; do
+            with_faults "$call:EINTR:$which" get a b
+            [ "$status:$output" = 0:1 ] || { echo "$call $which: $status $output"; return 1; }
+        done
+    done
+    with_faults "write:NEW:short:1 write:NEW:ENOSPC:2 write:NEW:EINTR:3" set a long "$(head -c 9000 /dev/zero | tr '\0' x)"
+    [[ $status = 4 && $output == *"the old file was put back; "* ]]
+    cmp "$box/before" "$custom"
+}
+
+@test "an answer that does not come whole from a child is none" {
+    holding '[a]' b=1
+    with_faults write:]:EIO:1 get a b
+    [ "$status" = 3 ]
+    [ "$output" = "stbconfig: stbconfig: a process ended for want of memory; try again, and tell its maintainers" ]
+    with_faults read:]:EIO:1 get a b
+    [ "$status" = 3 ]
+    with_faults write:]:EIO:1 set a b 2
+    [ "$status" = 3 ]
+    cmp "$box/before" "$custom"
+}
+
+@test "a process whose variables cannot be read has none" {
+    [ -z "$EMULATOR" ] || skip "the emulator's process has its own environment"
+    while read -r error message; do
+        with_faults "read:/environ:$error:all" --pid $$ get Video output --default 1
+        [ "$status" = 3 ]
+        [ "$output" = "stbconfig: process $$: $message" ] || { echo "$error: $output"; return 1; }
+    done <<'END'
+EIO Input/output error; give the number of a running one
+EPERM Operation not permitted; work as the process's user or as root
+EACCES Permission denied; work as the process's user or as root
+ESRCH no such process; give the number of a running one
+END
+}
+
+@test "an error of a read is named with what to do" {
+    while IFS='|' read -r error message; do
+        holding '[a]' b=1
+        with_faults "read:/custom.conf:$error:all" get a b
+        [ "$status" = 3 ]
+        [ "$output" = "stbconfig: $custom: cannot be read: $message" ] || { echo "$error: $output"; return 1; }
+    done <<'END'
+EIO|Input/output error; check the path and the disk
+EPERM|Operation not permitted; check the permissions, or work as the application's user
+EACCES|Permission denied; check the permissions, or work as the application's user
+END
+}
+
+@test "a file system that cannot flush a directory is none that fails" {
+    holding '[a]' b=1
+    with_faults fsync:/var:EINVAL:all set c changed 1
+    [ "$status:$output" = 0: ]
+    with_faults fsync:/custom.conf:EINVAL:all set c changed 2
+    [ "$status" = 4 ]
+    [ "$output" = "stbconfig: $custom: written, but not flushed to the disk: Invalid argument; check the disk; after a power cut the change may be gone" ]
+}
+
+@test "a process that is killed while it writes is told with what the file holds then" {
+    export FAULTS_RUN='kill -KILL $PPID'
+    holding '[a]' b=1
+    with_faults write:NEW:run:1 set c changed 1
+    [ "$status" = 4 ]
+    [[ $output == "stbconfig: $custom: not saved: "*"; "* && $output != *"written, but"* ]] || { echo "$output"; return 1; }
+    cmp "$box/before" "$custom"
+    rm -f "$custom.lock"
+    with_faults fsync:/custom.conf:run:1 set c changed 1
+    [ "$status" = 4 ]
+    [ "$output" = "stbconfig: $custom: written, but not proved: a process died of signal 9; see what the file holds, then try again" ] ||
+        { echo "$output"; return 1; }
+    grep -qx changed=1 "$custom"
+}
+
+@test "a slow write waits for nobody and announces nothing" {
+    holding '[a]' b=1
+    export FAULTS_RUN='sleep 0.6'
+    for call in write:NEW:run:1 fsync:/custom.conf:run:1; do # with its own lock, and without any
+        with_faults $call set c changed $call
+        [ "$status:$output" = 0: ] || { echo "$call: $output"; return 1; }
+    done
+}
+
+@test "no child of the command leaves a core file" {
+    [ "$(ulimit -Hc)" != 0 ] || skip "no process leaves one here"
+    holding '[a]' b=1
+    export FAULTS_RUN="grep 'core file' /proc/\$PPID/limits >>'$box/limits'"
+    ulimit -Sc "$(ulimit -Hc)"
+    with_faults read:/custom.conf:run:all set a b 2
+    [ "$status" = 0 ]
+    [ "$(tr -s ' ' <"$box/limits" | sort -u)" = "Max core file size 0 0 bytes " ]
 }

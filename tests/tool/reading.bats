@@ -305,4 +305,35 @@ on_terminal()
     [ "$output" = hdmi ]
     [ -s "$box/installed/share/man/man1/stbconfig.1" ]
     [ -s "$box/installed/share/man/man5/stbapp.conf.5" ]
+    [ -s "$box/installed/share/man/man7/stbconfig-recipes.7" ]
+}
+
+@test "a setting of the library's own that is not set is not suggested in its own place" {
+    expect 1 get Logging level
+    [ "$output" = "stbconfig: Logging/level: not set; set it, or give --default" ]
+    expect 2 get Video output --from ''
+}
+
+@test "the C locale is fine if it is meant" {
+    printf '[Profile]\nlocale=C\nname=x\n' >"$custom"
+    expect 0 locale
+    [ "$output" = 'C, from "C", CustomConfPersistent' ]
+    expect 0 explain Profile locale
+    [ "${lines[-1]}" = "default locale: C" ]
+    expect 0 explain Profile name
+    [[ $output != *"default locale"* ]]
+}
+
+@test "storages are found where the prefix begins their names" {
+    touch "$box/var/my-epg.db" "$box/var/other.db"
+    cd "$box/var"
+    expect 0 locations --persistent my-
+    [[ $output == *"epg "*"my-epg.db"* && $output != *other.db* ]]
+    expect 0 locations --persistent ''
+    [[ $output == *"my-epg "*"my-epg.db"*"other "*"other.db"* ]]
+}
+
+@test "a directory that is missing is not writable" {
+    expect 0 locations --persistent "$box/none/"
+    [ "${lines[1]}" = "                            no such file, directory not writable" ]
 }

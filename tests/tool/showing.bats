@@ -4,8 +4,8 @@
 load support
 
 # A colour, a turned direction, nothing to be seen, two line ends, a tag and what is no character.
-evil=$'a\e[31m\u202e\u2066\u200f\u200b\u2028\u0085\x7f\ue000\U000e0041\u0378z'
-evil_shown='a\x1b[31m\u202e\u2066\u200f\u200b\u2028\x85\x7f\ue000\U000e0041\u0378z'
+evil=$'a\e[31m\u202e\u2066\u200f\u200b\u2028\u2029\u0085\x7f\ue000\U000e0041\u0378z'
+evil_shown='a\x1b[31m\u202e\u2066\u200f\u200b\u2028\u2029\x85\x7f\ue000\U000e0041\u0378z'
 
 # Expects that standard input holds nothing that a terminal obeys, but colours of ours.
 harmless()
@@ -165,6 +165,10 @@ shown()
 @test "no value looks like nothing, and no text like a value of a type" {
     [ "$(shown '')" = '""' ]
     [ "$(shown '" "')" = '" "' ]
+    [ "$(shown '" a"')" = '" a"' ]
+    [ "$(shown '"a "')" = '"a "' ]
+    [ "$(shown '[a')" = '"[a"' ]
+    [ "$(shown '\"a')" = '"\"a"' ]
     [ "$(shown '@Size(1 2)')" = '@Size(1 2)' ]
     [ "$(shown '@@Size(1 2)')" = '"@Size(1 2)"' ]
     [ "$(shown '@Rect(1 2 3 4)')" = '@Rect(1 2 3 4)' ]
@@ -429,4 +433,39 @@ assert byName["fine"]["lock"] and not byName["dangling"]["exists"], byName'
     [[ $output == *'from "x\ty"'* ]]
     expect 0 logging -0
     harmless <<<"${output//$'\t'/ }"
+}
+
+@test "explain's records are the locations, and locale's is the result with its origin" {
+    printf '[Text]\nlist=a, b\n' >"$custom"
+    [ "$("$STBCONFIG" explain Text list -0 | tr '\0\t' '\n|')" = "CustomConfPersistent|answers|$custom|[\"a\", \"b\"]
+TemporaryApplicationStorage|lives in the application's memory, unseen here||
+EnvironmentVariables|not set|STBAPP_TEXT_LIST|
+StbappConfDefault|not set|$defaults|
+DhcpOptionsConf|this location has no backend||" ]
+    [ "$("$STBCONFIG" locale -0 | tr '\0\t' '\n|')" = 'ru_RU|built in|ru' ]
+    printf '[Profile]\nlocale=en_GB\n' >"$custom"
+    [ "$("$STBCONFIG" locale -0 | tr '\0\t' '\n|')" = 'en_GB|CustomConfPersistent|en_GB' ]
+}
+
+@test "a list within a list has its type" {
+    printf '[A]\nb=@Variant(\\0\\0\\0\\t\\0\\0\\0\\x1\\0\\0\\0\\xb\\0\\0\\0\\x1\\0\\0\\0\\x2\\0y)\n' >"$custom"
+    expect 0 get A b
+    [ "$output" = '@Variant(QStringList)' ]
+}
+
+@test "what list finds nothing of is answered with what looks like it, if anything does" {
+    expect 1 list Video/output --from custom
+    [ -z "$output" ]
+    expect 1 list Video/outpu --from custom
+    [ "$output" = "stbconfig: Video/outpu: no such setting; did you mean Video/output?" ]
+    rm "$defaults"
+    expect 1 list
+    [ -z "$output" ]
+}
+
+@test "the second half of a character alone is no part of what is before it" {
+    printf '[A]\na="\\xdc00x"\nb="x\\xdc00"\n' >"$custom"
+    expect 0 list 'A/*'
+    [ "${lines[0]}" = 'A/a  CustomConfPersistent  \udc00x' ]
+    [ "${lines[1]}" = 'A/b  CustomConfPersistent  x\udc00' ]
 }

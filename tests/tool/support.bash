@@ -10,6 +10,14 @@ setup()
     defaults=$box/etc/stbapp.conf
     export STBCONFIG_PERSISTENT_PREFIX=$box/var/ STBCONFIG_DEFAULTS_PREFIX=$box/etc/
     printf '[Video]\noutput=hdmi\n' >"$defaults"
+    [ -z "${PROFILES-}" ] || profile
+}
+
+# Has the command count what it runs, for each test apart. Its children may be other users by then.
+profile()
+{
+    export LLVM_PROFILE_FILE=$PROFILES/${BATS_TEST_FILENAME##*/}.$BATS_TEST_NUMBER.%m%c
+    (umask 0 && "$STBCONFIG" --version >/dev/null)
 }
 
 requires_namespaces()

@@ -75,6 +75,9 @@ load support
     printf 'STBAPP_VIDEO_OUTPUT=vga\n' >"$box/environment"
     expect 0 unset --redundant --env-file "$box/environment"
     grep -qx output=hdmi "$custom"
+    printf 'STBAPP_VIDEO_OUTPUT=hdmi\n' >"$box/environment"
+    expect 0 unset --redundant --env-file "$box/environment" --dry-run
+    [ "$output" = "would unset Video/output, then it is hdmi from EnvironmentVariables" ]
     STBAPP_VIDEO_OUTPUT=vga expect 0 unset --redundant --no-env
     ! grep -q output=hdmi "$custom"
 }
@@ -86,13 +89,27 @@ load support
 }
 
 @test "logging refuses what the reader would misread" {
-    expect 2 logging level verbose
-    [[ $output == *'"verbose" reads as critical'* ]]
-    expect 2 logging level 6
-    expect 2 logging jsonFormattingEnabled no
-    [[ $output == *'"no" reads as true'* ]]
-    expect 0 logging level debug
-    grep -qx level=debug "$custom"
+    levels='use critical, error, warning, info, debug, trace or 0 to 5'
+    while IFS='|' read -r key text complaint; do
+        expect 2 logging "$key" "$text"
+        [ "$output" = "stbconfig: Logging/$key: \"$text\" $complaint" ] || { echo "$key $text: $output"; return 1; }
+    done <<END
+level|verbose|reads as critical; $levels
+level|6|reads as error; $levels
+level|-1|reads as critical; $levels
+level|Debug|reads as critical; $levels
+responseLengthLimit|abc|is no number and would be skipped; use a whole number
+responseLengthLimit|1.5|is no number and would be skipped; use a whole number
+jsonFormattingEnabled|no|reads as true; use true or false
+imageRequestsEnabled||reads as false; use true or false
+END
+    [ ! -e "$custom" ]
+    for words in "level debug" "level 0" "level 5" "responseLengthLimit -5" "jsonFormattingEnabled true" \
+        "jsonFormattingEnabled 0" "imageRequestsEnabled false" "imageRequestsEnabled 1"; do
+        expect 0 logging $words
+        [ -z "$output" ]
+        grep -qx "${words/ /=}" "$custom"
+    done
 }
 
 # Given what stands in the lock and how it is called, sees the announcement while set still waits.
@@ -203,6 +220,15 @@ b=1" >"$1/var/custom.conf" && head -c $(((15 - $3) * 4096)) /dev/zero >"$1/var/f
     [ ! -e "$custom.lock" ]
 }
 
+@test "a limit that leaves room enough is none" {
+    printf '[a]\nb=1\n' >"$custom"
+    run sh -c 'ulimit -f 1000 && exec "$@"' sh "$STBCONFIG" set a b "$(printf %2000s x)"
+    [ "$status" = 0 ]
+    expect 0 set a.b-c/d_e.f $'\u00e9ABCFGacfg059:'
+    expect 0 get a.b-c/d_e.f
+    [ "$output" = $'\u00e9ABCFGacfg059:' ]
+}
+
 @test "a symbolic link into a missing directory is named, and the directory is not made" {
     ln -s gone/custom.conf "$custom"
     expect 4 set a b 2
@@ -267,9 +293,11 @@ b=1" >"$1/var/custom.conf" && "$2" set a b 2; s=$?; cat "$1/var/custom.conf"; ex
 @test "a change is proved without /proc too" {
     requires_namespaces
     ! grep -q __asan_init "$PROGRAM" || skip "the address sanitizer itself needs /proc"
-    run unshare -m sh -c 'mount -t tmpfs none /proc && "$1" set Video output scart' - "$STBCONFIG"
-    [ "$status" = 0 ]
-    grep -qx output=scart "$custom"
+    for value in scart vga; do # a new file, and one that is there
+        run unshare -m sh -c 'mount -t tmpfs none /proc && "$1" set Video output "$2"' - "$STBCONFIG" $value
+        [ "$status" = 0 ]
+        grep -qx output=$value "$custom"
+    done
 }
 
 @test "what is not saved is status 4, whichever command writes" {
@@ -398,4 +426,22 @@ in_room()
     [ "$output" = "would set Logging/level to debug" ]
     [ ! -e "$custom" ]
     expect 2 logging level verbose --dry-run
+}
+
+@test "with -v, unset says that nothing is redundant" {
+    expect 0 -v unset --redundant
+    [ "$output" = "stbconfig: unset: nothing is redundant" ]
+    expect 0 unset --redundant
+    [ -z "$output" ]
+}
+
+@test "set takes each word of a boolean, and no name that is none" {
+    for word in true false; do
+        expect 0 set Video mode "$word" --type bool
+        grep -qx "mode=$word" "$custom"
+    done
+    for name in // ///; do
+        expect 2 set "$name" 1
+        [[ $output == "stbconfig: /"*": a file cannot express this name; name a key" ]] || { echo "$output"; return 1; }
+    done
 }

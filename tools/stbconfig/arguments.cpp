@@ -295,6 +295,11 @@ void Command::addRule(std::function<void()> rule) const
     m_app->parse_complete_callback(std::move(rule));
 }
 
+void Command::addPreparation(std::function<void(const Places &)> preparation) const
+{
+    m_line.m_prepare = std::move(preparation);
+}
+
 void Command::runAtOnce(std::function<void()> run) const
 {
     m_app->callback([run = std::move(run)] {
@@ -317,6 +322,12 @@ std::optional<ExitStatus> CommandLine::parse(int argc, char *argv[])
         notUnderstood(error);
     }
     return {};
+}
+
+void CommandLine::prepare() const
+{
+    if (m_prepare)
+        m_prepare(m_arguments.places);
 }
 
 // Repeats no word that may be a value: it may be a secret.

@@ -93,6 +93,8 @@ public:
 
     /// What says, by a Failure, that the words do not belong together.
     void addRule(std::function<void()> rule) const;
+    /// What comes before the run, while the process is still who has started it: see identity.h.
+    void addPreparation(std::function<void(const Places &)> preparation) const;
     /// What the command does in place of a run, before any file is looked at.
     void runAtOnce(std::function<void()> run) const;
 
@@ -127,6 +129,7 @@ public:
     bool isWriter() const { return m_isWriter; }
     /// The storage that it was told to work on.
     std::optional<QString> storage() const { return m_storage ? m_storage->name : std::nullopt; }
+    void prepare() const;
     ExitStatus run(const Context &context) const { return m_run(context); }
 
 private:
@@ -137,6 +140,7 @@ private:
     std::unique_ptr<CLI::App> m_app;
     Arguments m_arguments;
     Run m_run;
+    std::function<void(const Places &)> m_prepare;
     bool m_isWriter = false;
     const StorageChoice *m_storage = nullptr;
 };

@@ -14,12 +14,14 @@
 #endif
 #include <QtCore/QDataStream>
 #include <QtCore/QFileInfo>
+#include <QtCore/QObject>
 
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <fcntl.h>
 #include <iterator>
 #include <unistd.h>
@@ -33,17 +35,11 @@ struct Entry
 };
 
 constexpr Entry table[] = {
-    {"get", addGet},
-    {"explain", addExplain},
-    {"list", addList},
-    {"diff", addDiff},
-    {"set", addSet},
-    {"unset", addUnset},
-    {"logging", addLogging},
-    {"locale", addLocale},
-    {"locations", addLocations},
-    {"check", addCheck},
-    {"completion", addCompletion},
+    {"get", addGet},           {"explain", addExplain}, {"list", addList},
+    {"diff", addDiff},         {"set", addSet},         {"unset", addUnset},
+    {"export", addExport},     {"import", addImport},   {"reset", addReset},
+    {"logging", addLogging},   {"locale", addLocale},   {"locations", addLocations},
+    {"check", addCheck},       {"report", addReport},   {"completion", addCompletion},
     {"complete", addComplete},
 };
 
@@ -80,6 +76,7 @@ QByteArray runCommand(const CommandLine &line)
         environmentChoice.source = EnvironmentChoice::None;
     environment::choose(environmentChoice, output::note);
     const Files files(arguments.places, line.storage());
+    line.prepare();
     if (!arguments.places.asRoot)
         identity::becomeOwner(files);
     notePrefix(files.persistentPrefix(), names::customFile);
@@ -100,6 +97,12 @@ QByteArray runCommand(const CommandLine &line)
     return result;
 }
 
+// Where the child that knew it says nothing.
+QString unknown(const CommandLine &line)
+{
+    return line.isWriter() ? "it is not known whether the change is saved: " : "";
+}
+
 // The name of the file that has ended the child, found out by another child.
 Failure whyDied(const CommandLine &line, const child::End &end, ExitStatus otherwise,
                 std::chrono::seconds limit)
@@ -113,8 +116,8 @@ Failure whyDied(const CommandLine &line, const child::End &end, ExitStatus other
             throw Failure{CannotRead, *problem};
         return {};
     });
-    return search.failure.value_or(
-        Failure{otherwise, {"stbconfig", end.why, "try again, and tell its maintainers"}});
+    return search.failure.value_or(Failure{
+        otherwise, {"stbconfig", unknown(line) + end.why, "try again, and tell its maintainers"}});
 }
 
 ExitStatus runInChild(const CommandLine &line)
@@ -129,9 +132,9 @@ ExitStatus runInChild(const CommandLine &line)
     if (end.how == child::End::NotStarted)
         throw Failure{ifLost, {"stbconfig", end.why, "end some processes, or free some memory"}};
     if (end.how == child::End::TimedOut) {
-        throw Failure{ifLost,
-                      {line.isWriter() ? "not saved" : "stbconfig", end.why,
-                       "see what holds the files or their disk"}};
+        throw Failure{
+            ifLost,
+            {"stbconfig", unknown(line) + end.why, "see what holds the files or their disk"}};
     }
     if (end.how == child::End::Died) {
         const auto passed = std::chrono::steady_clock::now() - start;
@@ -147,6 +150,15 @@ ExitStatus runInChild(const CommandLine &line)
     if (!problem.thing.isNull())
         output::note(problem);
     return ExitStatus(status);
+}
+
+// Only for want of memory, of which this takes none.
+[[noreturn]] void giveUp()
+{
+    std::fputs("stbconfig: out of memory, and it is not known whether a change is saved; free some "
+               "memory, then try again\n",
+               stderr);
+    std::_Exit(NotSaved);
 }
 
 // Whoever closes these must not find our pipes in their places.
@@ -175,6 +187,8 @@ ExitStatus run(int argc, char *argv[])
 
 int main(int argc, char *argv[]) // NOLINT(bugprone-exception-escape): only for want of memory
 {
+    std::set_terminate(giveUp);
+    const QObject first; // Qt crashes if it lacks memory for it, so before anything is saved
     openStandardStreams();
     std::signal(SIGCHLD, SIG_DFL); // where it is ignored, nobody can wait for a child
 #if QT_VERSION_MAJOR < 6

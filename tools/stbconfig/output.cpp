@@ -99,20 +99,6 @@ QString escape(char32_t character)
                               '0');
 }
 
-// The last gate before a terminal. Leaves a backslash alone, so that it may come twice.
-QString printable(const QString &text)
-{
-    QString result;
-    const QVector<char32_t> characters = charactersOf(text);
-    for (const char32_t character : characters) {
-        if (isUnsafe(character))
-            result += escape(character);
-        else
-            result += textOf(character);
-    }
-    return result;
-}
-
 // UTF-8 has nothing for half a character, and Qt would print a "?", which looks like a text.
 QByteArray bytesOf(const QString &text)
 {
@@ -150,11 +136,6 @@ void writeJson(const QJsonDocument &document)
     write(result, '\n');
 }
 
-bool isMasked(const Setting &setting, const Format &format)
-{
-    return !format.showSecrets && setting.isSecret();
-}
-
 QString quoted(const QString &text) { return '"' + safe(text).replace('"', "\\\"") + '"'; }
 
 // What the C library does not know is most likely as wide as a letter.
@@ -172,20 +153,6 @@ QString listed(const QStringList &texts)
     for (const QString &text : texts)
         items.append(quoted(text));
     return '[' + items.join(", ") + ']';
-}
-
-// As much of the text as the columns have room for.
-QString shortened(const QString &text, int room)
-{
-    QString result;
-    const QVector<char32_t> characters = charactersOf(text);
-    for (const char32_t character : characters) {
-        room -= width(character);
-        if (room < 0)
-            break;
-        result += textOf(character);
-    }
-    return result;
 }
 
 void table(const QVector<Row> &rows)
@@ -236,6 +203,19 @@ void array(const QVector<Row> &rows)
 }
 
 } // namespace
+
+QString printable(const QString &text)
+{
+    QString result;
+    const QVector<char32_t> characters = charactersOf(text);
+    for (const char32_t character : characters) {
+        if (isUnsafe(character))
+            result += escape(character);
+        else
+            result += textOf(character);
+    }
+    return result;
+}
 
 QByteArray printed() { return buffer(); }
 
@@ -310,9 +290,15 @@ void note(const Problem &problem)
 
 QString safe(const QString &text) { return printable(QString(text).replace('\\', "\\\\")); }
 
+bool isMasked(const Setting &setting, const QVariant &value, const Format &format)
+{
+    return !format.showSecrets
+        && (setting.isSecret() || (format.isForOthers && value::holdsSecret(value)));
+}
+
 QString shown(const Setting &setting, const QVariant &value, const Format &format)
 {
-    if (isMasked(setting, format))
+    if (isMasked(setting, value, format))
         return mask;
     if (value::isList(value))
         return listed(value::texts(value));
@@ -326,14 +312,14 @@ QString shown(const Setting &setting, const QVariant &value, const Format &forma
 
 QString field(const Setting &setting, const QVariant &value, const Format &format)
 {
-    if (isMasked(setting, format))
+    if (isMasked(setting, value, format))
         return mask;
     return value::isList(value) ? listed(value::texts(value)) : value::text(value);
 }
 
 QJsonValue json(const Setting &setting, const QVariant &value, const Format &format)
 {
-    if (isMasked(setting, format))
+    if (isMasked(setting, value, format))
         return mask;
     if (value::isList(value))
         return QJsonArray::fromStringList(value::texts(value));
@@ -346,6 +332,19 @@ QJsonValue json(const Setting &setting, const QVariant &value, const Format &for
     if (value.userType() == QMetaType::Bool)
         return value.toBool();
     return value.toString();
+}
+
+QString shortened(const QString &text, int room)
+{
+    QString result;
+    const QVector<char32_t> characters = charactersOf(text);
+    for (const char32_t character : characters) {
+        room -= width(character);
+        if (room < 0)
+            break;
+        result += textOf(character);
+    }
+    return result;
 }
 
 int columns(const QString &text)

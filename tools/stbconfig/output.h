@@ -21,6 +21,7 @@ struct Format
     bool json = false;
     bool nullSeparated = false;
     bool showSecrets = false;
+    bool isForOthers = false; // then a value is masked also for what it holds
 };
 
 /// The columns that every line has, but for a table's on a wide terminal.
@@ -57,8 +58,12 @@ void bare(const QStringList &texts, const Format &format);
 /// One line on stderr, at once.
 void note(const Problem &problem);
 
+/// The text in one line that moves no cursor; a backslash is left alone, so that it may come twice.
+QString printable(const QString &text);
 /// A name or path in one line that moves no cursor, and that no other name looks like.
 QString safe(const QString &text);
+/// Whether the value is shown as asterisks.
+bool isMasked(const Setting &setting, const QVariant &value, const Format &format);
 /// A value for a person: a list as ["a", "b"], what has no text by its type, a text that could be
 /// taken for one of these in quotes, and secrets as asterisks.
 QString shown(const Setting &setting, const QVariant &value, const Format &format);
@@ -73,6 +78,8 @@ QJsonValue jsonOrNull(const Setting &setting, const Answer *answer, const Format
     return answer ? json(setting, answer->value, format) : QJsonValue();
 }
 
+/// As much of the text as so many columns have room for.
+QString shortened(const QString &text, int room);
 /// How many columns of a terminal the text takes.
 int columns(const QString &text);
 QString padded(const QString &text, int width);

@@ -12,10 +12,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace child {
@@ -61,6 +63,7 @@ bool take(const QByteArray &bytes, End &end)
 [[noreturn]] void beChild(int output, pid_t parent, const std::function<QByteArray()> &work)
 {
     parentOfThis = parent;
+    std::set_terminate([] { std::_Exit(EXIT_FAILURE); }); // for want of memory
     dieWithParent();
     const rlimit noCore{0, 0};
     setrlimit(RLIMIT_CORE, &noCore);
@@ -87,9 +90,8 @@ int millisecondsUntil(Clock::time_point time)
     return static_cast<int>(std::max(left, milliseconds(0)).count());
 }
 
-// Reads until the child closes its end; false if the time is over before.
-bool receive(int input, pid_t process, Clock::time_point end, const Watch &watch,
-             QByteArray &result)
+// Reads until the child closes its end. Returns 0, or why it cannot: ETIME if the time is over before.
+int receive(int input, pid_t process, Clock::time_point end, const Watch &watch, QByteArray &result)
 {
     const auto start = Clock::now();
     bool isWatched = static_cast<bool>(watch.call);
@@ -99,19 +101,19 @@ bool receive(int input, pid_t process, Clock::time_point end, const Watch &watch
         pollfd descriptor{input, POLLIN, 0};
         const int ready = poll(&descriptor, 1, millisecondsUntil(next));
         if (ready < 0 && errno != EINTR)
-            return false;
+            return errno;
         if (ready > 0) {
             const ssize_t count = read(input, buffer.data(), buffer.size());
             if (count == 0)
-                return true;
+                return 0;
             if (count < 0 && errno != EINTR)
-                return false;
+                return errno;
             if (count > 0)
                 result.append(buffer.data(), static_cast<int>(count));
             continue;
         }
         if (Clock::now() >= end)
-            return false;
+            return ETIME;
         if (isWatched && Clock::now() >= start + watch.after) {
             isWatched = false;
             watch.call(process);
@@ -123,10 +125,11 @@ bool receive(int input, pid_t process, Clock::time_point end, const Watch &watch
 void reap(pid_t process, Clock::time_point end)
 {
     int status = 0;
-    while (waitpid(process, &status, WNOHANG) != process) {
-        if (Clock::now() >= end)
+    for (;;) {
+        const pid_t gone = waitpid(process, &status, WNOHANG);
+        if (gone == process || (gone < 0 && errno != EINTR) || Clock::now() >= end)
             return;
-        poll(nullptr, 0, 1);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }
 
@@ -155,14 +158,15 @@ End run(std::chrono::seconds limit, const std::function<QByteArray()> &work, con
         return end;
     }
     QByteArray outcome;
-    const bool isInTime = receive(pipe[0], process, last, watch, outcome);
+    const int lost = receive(pipe[0], process, last, watch, outcome);
     close(pipe[0]);
-    if (!isInTime) {
+    if (lost != 0) {
         constexpr std::chrono::milliseconds grace(500);
         kill(process, SIGKILL);
         reap(process, Clock::now() + grace);
         end.how = End::TimedOut;
-        end.why = QString("no end after %1 seconds").arg(limit.count());
+        end.why = lost == ETIME ? QString("no end after %1 seconds").arg(limit.count())
+                                : QString("a process could not be heard: ") + std::strerror(lost);
         return end;
     }
     int status = 0;

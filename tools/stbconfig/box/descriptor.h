@@ -6,6 +6,8 @@
 
 #include <QtCore/QByteArray>
 
+#include <cerrno>
+
 // A file that is open; its number is below 0 if it could not be opened.
 class Descriptor
 {
@@ -16,6 +18,17 @@ public:
 
     const int number;
 };
+
+/// Makes a call again as long as a signal interrupts it.
+template <typename Call>
+int uninterrupted(Call call)
+{
+    for (;;) {
+        const int result = call();
+        if (result >= 0 || errno != EINTR)
+            return result;
+    }
+}
 
 /// Appends what is left to be read, and stops when there are more bytes than the most. Returns 0, or
 /// the error that ended the reading.

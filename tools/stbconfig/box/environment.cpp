@@ -223,16 +223,9 @@ void takeFromProcess(int process)
 
 QString EnvironmentChoice::owner() const
 {
-    switch (source) {
-    case Process:
+    if (source == Process)
         return QString("process %1, as it was started").arg(process);
-    case File:
-        return file;
-    case OfThisShell:
-    case None:
-        break;
-    }
-    return "this shell";
+    return source == File ? file : "this shell";
 }
 
 namespace environment {

@@ -79,7 +79,8 @@ std::optional<Problem> ofOpening(const QString &file, const QString &root)
     if (auto problem = ofLink(file, root))
         return problem;
     struct stat status = {};
-    if (stat(QFile::encodeName(file).constData(), &status) == 0)
+    const QByteArray path = QFile::encodeName(file);
+    if (uninterrupted([&] { return stat(path.constData(), &status); }) == 0)
         return ofKind(file, status);
     return errno == ENOENT ? std::nullopt : std::optional(unreadable(file, errno));
 }
@@ -91,8 +92,9 @@ Contents read(const QString &file, const QString &root)
     if (contents.problem)
         return contents;
     // Never waits, whatever has taken the file's place by now.
-    const Descriptor descriptor(
-        open(QFile::encodeName(file).constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    const QByteArray path = QFile::encodeName(file);
+    const Descriptor descriptor(uninterrupted(
+        [&] { return open(path.constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); }));
     if (descriptor.number < 0) {
         if (errno != ENOENT)
             contents.problem = unreadable(file, errno);
@@ -100,8 +102,9 @@ Contents read(const QString &file, const QString &root)
     }
     contents.exists = true;
     struct stat status = {};
-    contents.problem =
-        fstat(descriptor.number, &status) == 0 ? ofKind(file, status) : unreadable(file, errno);
+    contents.problem = uninterrupted([&] { return fstat(descriptor.number, &status); }) == 0
+        ? ofKind(file, status)
+        : unreadable(file, errno);
     if (contents.problem)
         return contents;
     contents.bytes.reserve(static_cast<int>(status.st_size));

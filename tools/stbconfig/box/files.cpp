@@ -22,7 +22,20 @@ std::pair<QString, QString> split(const QString &prefix)
     return {prefix.left(slash + 1), prefix.mid(slash + 1)};
 }
 
-QString rootDirectory(const QString &given)
+} // namespace
+
+Files::Files(const Places &places, std::optional<QString> storage)
+    : m_storage(std::move(storage)), m_persistentPrefix(places.persistentPrefix),
+      m_defaultsPrefix(places.defaultsPrefix)
+{
+    if (!places.root)
+        return;
+    m_root = rootDirectory(*places.root);
+    m_persistentPrefix = insideRoot(places.persistentPrefix);
+    m_defaultsPrefix = insideRoot(places.defaultsPrefix);
+}
+
+QString Files::rootDirectory(const QString &given)
 {
     const Way way = follow(absolute(given));
     // An empty one, as of an unset variable, would be the current directory.
@@ -32,30 +45,36 @@ QString rootDirectory(const QString &given)
                        way.error != 0 ? std::strerror(way.error) : "no such directory",
                        "give --root the directory of an unpacked image"}};
     }
+    note(way);
     return way.end;
 }
 
-QString insideRoot(const QString &root, const QString &prefix)
+QString Files::insideRoot(const QString &prefix)
 {
     const auto [directory, stem] = split(prefix);
-    const Way way = follow(directory, root);
+    const Way way = follow(directory, m_root);
     if (way.error != 0) {
-        throw Failure{
-            CannotRead,
-            {root + '/' + directory, std::strerror(way.error), "correct the image, or the prefix"}};
+        throw Failure{CannotRead,
+                      {m_root + '/' + directory, std::strerror(way.error),
+                       "correct the image, or the prefix"}};
     }
+    note(way);
     return way.end + (way.end.endsWith('/') ? QString() : QString('/')) + stem;
 }
 
-} // namespace
+QString Files::sharedBefore(const QString &file) const
+{
+    return m_shared.isEmpty() ? follow(absolute(file)).shared : m_shared;
+}
 
-Files::Files(const Places &places, std::optional<QString> storage)
-    : m_storage(std::move(storage)), m_root(places.root ? rootDirectory(*places.root) : QString()),
-      m_persistentPrefix(places.root ? insideRoot(m_root, places.persistentPrefix)
-                                     : places.persistentPrefix),
-      m_defaultsPrefix(places.root ? insideRoot(m_root, places.defaultsPrefix)
-                                   : places.defaultsPrefix)
-{}
+// The links on the way are gone from the prefixes, and with them who made them.
+void Files::note(const Way &way)
+{
+    if (!m_foreigner)
+        m_foreigner = way.foreigner;
+    if (m_shared.isEmpty())
+        m_shared = way.shared;
+}
 
 QString Files::customFile() const { return m_persistentPrefix + names::customFile; }
 

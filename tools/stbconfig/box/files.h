@@ -4,6 +4,8 @@
 #ifndef STBCONFIG_TOOL_FILES_H
 #define STBCONFIG_TOOL_FILES_H
 
+#include "way.h"
+
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
@@ -41,12 +43,23 @@ public:
     const std::optional<QString> &storage() const { return m_storage; }
     /// Without links and absolute; empty without one.
     const QString &root() const { return m_root; }
+    /// The first on the ways to the root, and to the prefixes in it, who is not root.
+    const std::optional<Owner> &foreigner() const { return m_foreigner; }
+    /// The first directory on the way to the file, or on these ways, in which others can exchange
+    /// what is next; empty if there is none.
+    QString sharedBefore(const QString &file) const;
     const QString &persistentPrefix() const { return m_persistentPrefix; }
     const QString &defaultsPrefix() const { return m_defaultsPrefix; }
 
 private:
+    QString rootDirectory(const QString &given);
+    QString insideRoot(const QString &prefix);
+    void note(const Way &way);
+
     std::optional<QString> m_storage;
     QString m_root;
+    std::optional<Owner> m_foreigner;
+    QString m_shared;
     QString m_persistentPrefix;
     QString m_defaultsPrefix;
 };

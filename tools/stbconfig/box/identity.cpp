@@ -33,6 +33,22 @@ bool takeGroups(const Owner &owner)
         : setgroups(0, nullptr) == 0 && setresgid(owner.group, owner.group, owner.group) == 0;
 }
 
+void become(const Owner &owner)
+{
+    if (geteuid() != 0)
+        return;
+    if (!takeGroups(owner) || setresuid(owner.user, owner.user, owner.user) != 0) {
+        const QString error = std::strerror(errno); // before the user's name is looked up
+        throw Failure{CannotRead,
+                      {owner.directory,
+                       "belongs to " + userName(owner.user) + ", whom root cannot become: " + error,
+                       "work as that user, or add --as-root if you trust the directory"}};
+    }
+    child::dieWithParent();
+    remarkForErrors() = QString(" for %1, who owns %2 and whom root therefore works as")
+                            .arg(userName(owner.user), owner.directory);
+}
+
 } // namespace
 
 QString userName(uid_t user)
@@ -43,24 +59,19 @@ QString userName(uid_t user)
 
 void becomeOwner(const Files &files)
 {
-    if (geteuid() != 0)
-        return;
-    const QStringList opened = files.openedAtOnce();
-    for (const QString &file : opened) {
-        const std::optional<Owner> owner = follow(absolute(file)).foreigner;
-        if (!owner)
-            continue;
-        if (!takeGroups(*owner) || setresuid(owner->user, owner->user, owner->user) != 0) {
-            throw Failure{CannotRead,
-                          {owner->directory,
-                           "belongs to " + userName(owner->user)
-                               + ", whom root cannot become: " + std::strerror(errno),
-                           "work as that user, or add --as-root if you trust the directory"}};
+    if (files.foreigner())
+        become(*files.foreigner());
+    else
+        becomeOwner(files.openedAtOnce());
+}
+
+void becomeOwner(const QStringList &files)
+{
+    for (const QString &file : files) {
+        if (const auto owner = follow(absolute(file)).foreigner) {
+            become(*owner);
+            return;
         }
-        child::dieWithParent();
-        remarkForErrors() = QString(" for %1, who owns %2 and whom root therefore works as")
-                                .arg(userName(owner->user), owner->directory);
-        return;
     }
 }
 

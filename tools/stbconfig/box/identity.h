@@ -12,6 +12,7 @@ namespace identity {
 /// Where this process is root, and a directory on the way to one of the files belongs to another
 /// user, becomes that user for good. Thus the command also sees what the application sees.
 void becomeOwner(const Files &files);
+void becomeOwner(const QStringList &files);
 
 /// Whose rights this process has given up root's for, as a remark for an error; empty if nobody's.
 QString remark();

@@ -148,7 +148,7 @@ QString nearest(const QString &word, const QStringList &candidates)
 QString suggestion(const QString &word, const QStringList &candidates, const QString &otherwise)
 {
     const QString found = nearest(word, candidates);
-    return found.isEmpty() || found == word ? otherwise : "did you mean " + found + "?";
+    return found.isEmpty() ? otherwise : "did you mean " + found + "?";
 }
 
 } // namespace names

@@ -3,9 +3,12 @@
 
 #include "value.h"
 
+#include "names.h"
+
 #include <QtCore/QDataStream>
 #include <QtCore/QIODevice>
 #include <QtCore/QRect>
+#include <QtCore/QRegularExpression>
 
 #include <algorithm>
 
@@ -62,6 +65,29 @@ bool isPlainText(const QVariant &item)
     return item.userType() == QMetaType::QString && !item.toString().contains(QChar::Null);
 }
 
+// The word before "=" or ":" is looked at as a setting's name is; first, whether there is any.
+bool assignsSecret(const QString &text)
+{
+    static const QRegularExpression any("pass|secret|token|credential|key|pin|psk|pwd|auth",
+                                        QRegularExpression::CaseInsensitiveOption);
+    if (!any.match(text).hasMatch())
+        return false;
+    static const QRegularExpression assignment("([\\p{L}\\p{N}_. -]{1,64})[\"']?[ \\t]*[=:]");
+    auto found = assignment.globalMatch(text);
+    while (found.hasNext()) {
+        if (Setting{{}, found.next().captured(1)}.isSecret())
+            return true;
+    }
+    return false;
+}
+
+bool looksSecret(const QString &text)
+{
+    static const QRegularExpression known(
+        "//[^/?#@\\s]*:[^/?#@\\s]*@|PRIVATE KEY|\\b(Bearer|Basic) ");
+    return known.match(text).hasMatch() || assignsSecret(text);
+}
+
 } // namespace
 
 std::optional<QString> fromUtf8(const QByteArray &bytes)
@@ -96,7 +122,7 @@ QString text(const QVariant &value)
 
 bool hasNoText(const QVariant &value)
 {
-    return value.userType() != QMetaType::QString && !isList(value) && value.toString().isEmpty();
+    return value.userType() != QMetaType::QString && value.toString().isEmpty();
 }
 
 std::optional<QVariant> converted(const QVariant &value, Type type)
@@ -138,6 +164,12 @@ QVariant asRead(const QVariant &value)
 bool isSame(const QVariant &a, const QVariant &b)
 {
     return fingerprint(asRead(a)) == fingerprint(asRead(b));
+}
+
+bool holdsSecret(const QVariant &value)
+{
+    const QStringList all = texts(value);
+    return std::any_of(all.cbegin(), all.cend(), looksSecret);
 }
 
 QByteArray fingerprint(const QVariant &value)

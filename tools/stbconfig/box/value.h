@@ -35,6 +35,10 @@ QVariant asRead(const QVariant &value);
 /// Whether a file gives back the same for both.
 bool isSame(const QVariant &a, const QVariant &b);
 
+/// Whether a text in it looks like a secret whatever its setting is called: a password in an address,
+/// "password=..." in a line that a file's open quote took in, a private key.
+bool holdsSecret(const QVariant &value);
+
 /// Everything about the value, for comparing what was read with what was read before.
 QByteArray fingerprint(const QVariant &value);
 

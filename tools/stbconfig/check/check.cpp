@@ -4,6 +4,7 @@
 #include "arguments.h"
 #include "checks.h"
 #include "commands/commands.h"
+#include "commands/rows.h"
 
 #include <algorithm>
 
@@ -15,11 +16,32 @@ struct CheckOptions
     QVector<check::Id> ignored;
 };
 
-check::Findings findAll(const Context &context)
+ExitStatus checkAll(const Context &context, const CheckOptions &own)
 {
-    check::Findings findings;
-    check::prefixes(context.arguments.places, findings);
-    const QStringList harmless = check::files(context.files, findings);
+    QVector<output::Row> rows;
+    bool isUnreadable = false;
+    bool hasFailed = false;
+    const check::Findings findings = check::findAll(context);
+    for (const check::Finding &finding : findings) {
+        if (own.ignored.contains(finding.id))
+            continue;
+        isUnreadable |= check::isOfReading(finding.id);
+        hasFailed |= check::severityOf(finding.id) >= own.failOn;
+        rows.append(rows::ofFinding(finding));
+    }
+    output::lines(rows, context.arguments.format);
+    return isUnreadable ? CannotRead : hasFailed ? PlainNo : Done;
+}
+
+} // namespace
+
+namespace check {
+
+Findings findAll(const Context &context)
+{
+    Findings findings;
+    prefixes(context.arguments.places, findings);
+    const QStringList harmless = files(context.files, findings);
     const QStringList opened = context.files.openedAtOnce();
     const QStringList all = context.files.all();
     // Nothing else can be asked of files that would hang or end whoever opens them.
@@ -29,14 +51,18 @@ check::Findings findAll(const Context &context)
     if (!canAsk)
         return findings;
     const Session session(context.files);
-    check::storages(session, harmless, findings);
-    check::settingNames(session, findings);
-    check::variables(session, findings);
-    check::values(session, findings);
+    storages(session, harmless, findings);
+    settingNames(session, findings);
+    variables(session, findings);
+    values(session, findings);
     return findings;
 }
 
-output::Row rowOf(const check::Finding &finding)
+} // namespace check
+
+namespace rows {
+
+output::Row ofFinding(const check::Finding &finding)
 {
     const QString severity = check::nameOf(check::severityOf(finding.id));
     const QString id = check::nameOf(finding.id);
@@ -50,24 +76,7 @@ output::Row rowOf(const check::Finding &finding)
             {severity, id, place, message, remedy}};
 }
 
-ExitStatus checkAll(const Context &context, const CheckOptions &own)
-{
-    QVector<output::Row> rows;
-    bool isUnreadable = false;
-    bool hasFailed = false;
-    const check::Findings findings = findAll(context);
-    for (const check::Finding &finding : findings) {
-        if (own.ignored.contains(finding.id))
-            continue;
-        isUnreadable |= check::isOfReading(finding.id);
-        hasFailed |= check::severityOf(finding.id) >= own.failOn;
-        rows.append(rowOf(finding));
-    }
-    output::lines(rows, context.arguments.format);
-    return isUnreadable ? CannotRead : hasFailed ? PlainNo : Done;
-}
-
-} // namespace
+} // namespace rows
 
 void addCheck(CommandLine &line)
 {

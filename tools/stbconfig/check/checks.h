@@ -7,8 +7,13 @@
 #include "finding.h"
 #include "session.h"
 
+struct Context;
+
 // What is looked at, in this order. Each adds what it finds.
 namespace check {
+
+/// All of it.
+Findings findAll(const Context &context);
 
 void prefixes(const Places &places, Findings &findings);
 /// The files without the library: what they are, their lines, owners, locks and the way to write

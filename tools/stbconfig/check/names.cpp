@@ -5,6 +5,7 @@
 #include "loggingreader.h"
 
 #include <QtCore/QHash>
+#include <QtCore/QMap>
 
 using stbconfig::ConfigurationManager;
 
@@ -77,7 +78,7 @@ void settingNames(const Session &session, Findings &findings)
 
 void variables(const Session &session, Findings &findings)
 {
-    QHash<QString, QStringList> settings;
+    QMap<QString, QStringList> settings; // in an order that is the same each time
     const QStringList known = session.knownSettings();
     for (const QString &name : known)
         settings[Setting::named(name).variable()].append(name);

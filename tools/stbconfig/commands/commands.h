@@ -12,11 +12,15 @@ void addComplete(CommandLine &line);
 void addCompletion(CommandLine &line);
 void addDiff(CommandLine &line);
 void addExplain(CommandLine &line);
+void addExport(CommandLine &line);
 void addGet(CommandLine &line);
+void addImport(CommandLine &line);
 void addList(CommandLine &line);
 void addLocale(CommandLine &line);
 void addLocations(CommandLine &line);
 void addLogging(CommandLine &line);
+void addReport(CommandLine &line);
+void addReset(CommandLine &line);
 void addSet(CommandLine &line);
 void addUnset(CommandLine &line);
 

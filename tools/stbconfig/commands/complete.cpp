@@ -112,7 +112,8 @@ QStringList settings(const Typed &typed)
 {
     const Files files = filesOf(typed);
     const Session session(files);
-    const bool isOfOneFile = files.storage() || typed.command->get_name() == "unset";
+    const std::string &command = typed.command->get_name();
+    const bool isOfOneFile = files.storage() || command == "unset" || command == "reset";
     return isOfOneFile ? session.written().allKeys() : session.knownSettings();
 }
 
@@ -128,6 +129,17 @@ QStringList settingNames(const Typed &typed, const QString &word)
             result.append(isWriter || word.startsWith('/') ? '/' + name : name);
         else
             result.append(word.contains('/') ? name : name.left(slash + 1));
+    }
+    return result;
+}
+
+// As settingNames, but a pattern is held against the name without a group as it is.
+QStringList patterns(const Typed &typed, const QString &word)
+{
+    QStringList result = settingNames(typed, word);
+    for (QString &name : result) {
+        if (name.startsWith('/') && !word.startsWith('/'))
+            name.remove(0, 1);
     }
     return result;
 }
@@ -226,6 +238,7 @@ Source sourceOf(const QString &name)
         {"--root", directories},
         {"--env-file", pathsOfFiles},
         {"--pid", processes},
+        {"--with", pathsOfFiles},
         {"--from", [](const Typed &, const QString &) { return provenance::locationNames(); }},
         {"--as", [](const Typed &, const QString &) { return typeNames(); }},
         {"--type", [](const Typed &, const QString &) { return typeNames(); }},
@@ -235,7 +248,10 @@ Source sourceOf(const QString &name)
         {"--fail-on", severities},
         {"--ignore", findings},
         {"setting", settingNames},
-        {"glob", settingNames},
+        {"glob", patterns},
+        {"--keep", patterns},
+        {"--only", patterns},
+        {"file", pathsOfFiles},
         {"key", keys},
         {"name", [](const Typed &, const QString &) { return loggingreader::keys(); }},
         {"value", values},

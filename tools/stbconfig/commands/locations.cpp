@@ -4,6 +4,7 @@
 #include "arguments.h"
 #include "commands.h"
 #include "fileproblem.h"
+#include "rows.h"
 
 #include <QtCore/QFileInfo>
 
@@ -28,7 +29,37 @@ QString inWords(const QFileInfo &info, const QFileInfo &directory, bool hasLock)
     return words.join(", ");
 }
 
-output::Row rowOf(const QString &name, const QString &file, const QString &root)
+output::Row rowOf(provenance::Location location, const QString &note)
+{
+    const QString name = provenance::locationName(location);
+    return {QJsonObject{{"name", name}, {"note", note}},
+            {output::padded(name, 28) + note},
+            {name, note, QString()}};
+}
+
+ExitStatus locations(const Context &context)
+{
+    const Files &files = context.files;
+    QVector<output::Row> rows{
+        rows::ofFile(provenance::locationName(ConfigurationManager::CustomConfPersistent),
+                     files.customFile(), files.root()),
+        rows::ofFile(provenance::locationName(ConfigurationManager::StbappConfDefault),
+                     files.defaultsFile(), files.root())};
+    const QStringList names = files.storageNames();
+    for (const QString &name : names)
+        rows.append(rows::ofFile(name, files.storageFile(name), files.root()));
+    rows << rowOf(ConfigurationManager::TemporaryApplicationStorage, "in the application's memory")
+         << rowOf(ConfigurationManager::EnvironmentVariables, "variables STBAPP_GROUP_KEY")
+         << rowOf(ConfigurationManager::DhcpOptionsConf, "no backend");
+    output::lines(rows, context.arguments.format);
+    return Done;
+}
+
+} // namespace
+
+namespace rows {
+
+output::Row ofFile(const QString &name, const QString &file, const QString &root)
 {
     const QFileInfo info(file);
     const QFileInfo directory(info.absolutePath());
@@ -50,33 +81,7 @@ output::Row rowOf(const QString &name, const QString &file, const QString &root)
             {name, state, file}};
 }
 
-output::Row rowOf(provenance::Location location, const QString &note)
-{
-    const QString name = provenance::locationName(location);
-    return {QJsonObject{{"name", name}, {"note", note}},
-            {output::padded(name, 28) + note},
-            {name, note, QString()}};
-}
-
-ExitStatus locations(const Context &context)
-{
-    const Files &files = context.files;
-    QVector<output::Row> rows{
-        rowOf(provenance::locationName(ConfigurationManager::CustomConfPersistent),
-              files.customFile(), files.root()),
-        rowOf(provenance::locationName(ConfigurationManager::StbappConfDefault),
-              files.defaultsFile(), files.root())};
-    const QStringList names = files.storageNames();
-    for (const QString &name : names)
-        rows.append(rowOf(name, files.storageFile(name), files.root()));
-    rows << rowOf(ConfigurationManager::TemporaryApplicationStorage, "in the application's memory")
-         << rowOf(ConfigurationManager::EnvironmentVariables, "variables STBAPP_GROUP_KEY")
-         << rowOf(ConfigurationManager::DhcpOptionsConf, "no backend");
-    output::lines(rows, context.arguments.format);
-    return Done;
-}
-
-} // namespace
+} // namespace rows
 
 void addLocations(CommandLine &line)
 {

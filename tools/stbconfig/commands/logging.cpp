@@ -3,6 +3,7 @@
 
 #include "commands.h"
 #include "loggingreader.h"
+#include "rows.h"
 #include "session.h"
 #include "setting.h"
 
@@ -56,15 +57,24 @@ ExitStatus show(const Context &context)
 {
     const Session session(context.files);
     session.requireReadableFiles();
-    QVector<output::Row> rows;
-    const QStringList keys = loggingreader::keys();
-    for (const QString &key : keys)
-        rows.append(rowOf(session, key, context.arguments.format));
-    output::rows(rows, context.arguments.format);
+    output::rows(rows::ofLogging(session, context.arguments.format), context.arguments.format);
     return Done;
 }
 
 } // namespace
+
+namespace rows {
+
+QVector<output::Row> ofLogging(const Session &session, const output::Format &format)
+{
+    QVector<output::Row> rows;
+    const QStringList keys = loggingreader::keys();
+    for (const QString &key : keys)
+        rows.append(rowOf(session, key, format));
+    return rows;
+}
+
+} // namespace rows
 
 void addLogging(CommandLine &line)
 {

@@ -124,6 +124,17 @@ void requireOwnName(const Setting &setting)
     }
 }
 
+void tellOf(writing::Outcome outcome, const std::function<void()> &tell)
+{
+    try {
+        tell();
+    } catch (Failure &failure) {
+        if (outcome == writing::Saved)
+            failure.problem.whatHappened.prepend("the change is saved, but ");
+        throw;
+    }
+}
+
 ExitStatus store(const Context &context, const Setting &setting, const QVariant &value,
                  const writing::Manner &manner)
 {
@@ -133,7 +144,8 @@ ExitStatus store(const Context &context, const Setting &setting, const QVariant 
     const bool isNew = old == before.cend() || !value::isSame(*old, value);
     if (isNew)
         tellCosts(context, setting, value);
-    const auto outcome = writing::save(context.files, before, {{{setting, value}}, {}, {}}, manner);
+    const auto outcome =
+        writing::save(context.files, before, {{{setting, value}}, {}, {}, {}}, manner);
     if (format.json) {
         output::object({{"group", setting.group},
                         {"key", setting.key},

@@ -11,6 +11,14 @@
 /// Ends with Misuse if Qt would take the name for another one, and says for which.
 void requireOwnName(const Setting &setting);
 
+/// The word, which must not be empty, as of an unset variable of a shell: it would match all settings.
+/// Otherwise ends with Misuse.
+QString patternOf(const QString &word, const QString &where);
+
+/// Calls what tells more of a change. If that ends with a Failure, and the change is saved, the
+/// Failure says so.
+void tellOf(writing::Outcome outcome, const std::function<void()> &tell);
+
 /// Stores the value in the written file, warns of what it hides or is misread as, and prints what
 /// JSON or --dry-run want to know.
 ExitStatus store(const Context &context, const Setting &setting, const QVariant &value,

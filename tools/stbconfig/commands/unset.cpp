@@ -133,11 +133,12 @@ ExitStatus unset(const Context &context, const UnsetOptions &own)
         output::note(nothingChosen(context, own, holdings));
         return PlainNo;
     }
+    auto outcome = writing::Unchanged;
     if (!chosen.isEmpty())
-        writing::save(context.files, holdings.written, changeOf(own, chosen), own.manner);
+        outcome = writing::save(context.files, holdings.written, changeOf(own, chosen), own.manner);
     else if (context.arguments.verbose)
         output::note({"unset", "nothing is redundant", {}});
-    tell(context, own, chosen);
+    tellOf(outcome, [&] { tell(context, own, chosen); });
     return Done;
 }
 

@@ -19,22 +19,25 @@ namespace disk {
 namespace {
 
 constexpr mode_t modeBits = 07777;
+constexpr mode_t lessTheMask = 0666; // as the library makes files
 
 int openQuietly(const QString &path, int flags)
 {
-    return open(QFile::encodeName(path).constData(), flags | O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const QByteArray bytes = QFile::encodeName(path);
+    return uninterrupted(
+        [&] { return open(bytes.constData(), flags | O_RDONLY | O_NONBLOCK | O_CLOEXEC); });
 }
 
 int give(int descriptor, const struct stat &old)
 {
     struct stat now = {};
-    if (fstat(descriptor, &now) != 0)
+    if (uninterrupted([&] { return fstat(descriptor, &now); }) != 0)
         return errno;
     if ((now.st_uid != old.st_uid || now.st_gid != old.st_gid)
-        && fchown(descriptor, old.st_uid, old.st_gid) != 0)
+        && uninterrupted([&] { return fchown(descriptor, old.st_uid, old.st_gid); }) != 0)
         return errno;
     if ((now.st_mode & modeBits) != (old.st_mode & modeBits)
-        && fchmod(descriptor, old.st_mode & modeBits) != 0)
+        && uninterrupted([&] { return fchmod(descriptor, old.st_mode & modeBits); }) != 0)
         return errno;
     return 0;
 }
@@ -50,17 +53,25 @@ int flushDirectory(const QString &directory)
 
 } // namespace
 
+int look(const QString &file, std::optional<struct stat> &status)
+{
+    struct stat found = {};
+    const QByteArray path = QFile::encodeName(file);
+    if (uninterrupted([&] { return stat(path.constData(), &found); }) != 0)
+        return errno == ENOENT ? 0 : errno;
+    status = found;
+    return 0;
+}
+
 std::optional<struct stat> statusOf(const QString &file)
 {
-    struct stat status = {};
-    if (stat(QFile::encodeName(file).constData(), &status) != 0)
-        return {};
+    std::optional<struct stat> status;
+    static_cast<void>(look(file, status));
     return status;
 }
 
 int claim(const QString &path)
 {
-    constexpr mode_t lessTheMask = 0666; // as the library makes files
     const Descriptor descriptor(open(QFile::encodeName(path).constData(),
                                      O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, lessTheMask));
     return descriptor.number >= 0 || errno == ENOENT ? 0 : errno;
@@ -70,6 +81,23 @@ int keepOwner(const QString &file, const struct stat &old)
 {
     const Descriptor descriptor(openQuietly(file, 0));
     return descriptor.number < 0 ? errno : give(descriptor.number, old);
+}
+
+int openToOthers(const QString &file)
+{
+    const mode_t mask = umask(0);
+    umask(mask);
+    constexpr mode_t ownerAlone = 0600;
+    const Descriptor descriptor(openQuietly(file, 0));
+    struct stat made = {};
+    if (descriptor.number < 0)
+        return errno == ENOENT ? 0 : errno;
+    if (uninterrupted([&] { return fstat(descriptor.number, &made); }) != 0)
+        return errno;
+    if ((made.st_mode & modeBits) != ownerAlone)
+        return 0;
+    made.st_mode = lessTheMask & ~mask;
+    return give(descriptor.number, made);
 }
 
 int flush(const QString &file, const QString &oldDirectory)

@@ -11,10 +11,13 @@
 
 #include <sys/stat.h>
 
-// What the library leaves undone when it replaces a file. Each returns 0, or the error.
+// What the library leaves undone when it replaces a file. Each returns 0, or the error, but for the second.
 namespace disk {
 
-/// What the file is now; nothing if there is none.
+/// What the file is now; nothing if there is none, which is no error.
+int look(const QString &file, std::optional<struct stat> &status);
+
+/// The same where an error is as good as no file.
 std::optional<struct stat> statusOf(const QString &file);
 
 /// Makes an empty file at a path without links, where there is none, and not where a link that
@@ -23,6 +26,10 @@ int claim(const QString &path);
 
 /// Gives the file that has replaced the old one its mode, owner and group.
 int keepOwner(const QString &file, const struct stat &old);
+
+/// Gives a file that was made anew the mode of other new files: after an error that nobody is told of,
+/// Qt leaves it to its owner alone. A missing file is no error.
+int openToOthers(const QString &file);
 
 /// Flushes the file and the directories on the way to it that are as new as it may be: up to the
 /// one that was there before. A missing file is no error.

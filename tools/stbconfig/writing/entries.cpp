@@ -6,6 +6,8 @@
 #include "names.h"
 #include "value.h"
 
+#include <QtCore/QDataStream>
+
 namespace entries {
 namespace {
 
@@ -22,6 +24,17 @@ bool isStable(const QString &name)
     return !name.startsWith('/') && !name.endsWith('/') && groupAsRead(group) == group;
 }
 
+// A value of a type that only the application knows has nothing here that could be told or compared.
+QVariant known(const QVariant &value)
+{
+    if (value.userType() == QMetaType::QString || value.userType() == QMetaType::QStringList)
+        return value;
+    QVariant copy;
+    QDataStream stream(value::fingerprint(value));
+    stream >> copy;
+    return stream.status() == QDataStream::Ok ? value : QVariant();
+}
+
 } // namespace
 
 Entries of(const stbconfig::IReadableBackend &storage)
@@ -31,8 +44,9 @@ Entries of(const stbconfig::IReadableBackend &storage)
     for (const QString &name : all) {
         const Setting setting = Setting::named(name);
         entries.insert(name,
-                       names::asStored(name) == name ? storage.value(setting.group, setting.key)
-                                                     : QVariant());
+                       names::asStored(name) == name
+                           ? known(storage.value(setting.group, setting.key))
+                           : QVariant());
     }
     return entries;
 }

@@ -17,7 +17,8 @@ using Entries = QMap<QString, QVariant>;
 
 namespace entries {
 
-/// Of an entry that the file lists under a name which nobody can ask for, only that it is there.
+/// Of an entry that the file lists under a name which nobody can ask for, or that is of a type which
+/// only the application knows, only that it is there.
 Entries of(const stbconfig::IReadableBackend &storage);
 
 /// The names of the entries that differ. Those that were to change may have another type, if a file

@@ -5,10 +5,12 @@
 
 #include "child.h"
 #include "fileproblem.h"
+#include "rawfile.h"
 #include "session.h"
 #include "way.h"
 
 #include <QtCore/QDataStream>
+#include <QtCore/QIODevice>
 
 #include <algorithm>
 #include <cerrno>
@@ -27,45 +29,51 @@ void noteForeignType(QtMsgType, const QMessageLogContext &, const QString &messa
 }
 
 // Qt 6 says nothing.
-bool holdsForeignType(const Files &files, const Entries &written)
+bool isUnread(const QVariant &value)
 {
-    const bool hasUnread = std::any_of(written.cbegin(), written.cend(), [](const QVariant &value) {
-        const QVariantList items = value.toList();
-        return !value.isValid()
-            || std::any_of(items.cbegin(), items.cend(),
-                           [](const QVariant &item) { return !item.isValid(); });
+    const QVariantList items = value.toList();
+    return !value.isValid() || std::any_of(items.cbegin(), items.cend(), [](const QVariant &item) {
+        return !item.isValid();
     });
-    return isTypeForeign
-        || (hasUnread
-            && fileproblem::read(files.writtenFile(), files.root()).bytes.contains("@Variant("));
+}
+
+// Of several such values only the lines tell, and not which of them it is.
+QStringList foreignOnes(const Files &files, const QString &file, const Entries &held)
+{
+    QStringList result;
+    if (!isTypeForeign && std::none_of(held.cbegin(), held.cend(), isUnread))
+        return result;
+    const QVector<RawLine> lines = rawLines(fileproblem::read(file, files.root()).bytes);
+    for (const RawLine &line : lines) {
+        if (line.value.contains("@Variant(") && (isTypeForeign || isUnread(held[line.name])))
+            result.append(line.name);
+    }
+    return result;
 }
 
 } // namespace
 
-Holdings read(const Files &files, bool wantsDefaults)
+Holdings inspect(const Files &files, bool wantsDefaults)
 {
-    // Not only unreadable: the library would put a file in the link's place.
-    if (follow(absolute(files.writtenFile())).error == ELOOP) {
-        throw notSaved(files.writtenFile(), "a symbolic link that leads back to itself",
-                       "remove it, or let it lead to a file");
-    }
     constexpr std::chrono::seconds limit(20);
     const child::End end = child::run(limit, [&files, wantsDefaults] {
         qInstallMessageHandler(noteForeignType);
         const Session session(files);
         session.requireReadableStorage();
-        const auto &defaults = session.readable(ConfigurationManager::StbappConfDefault);
-        const Entries written = entries::of(session.written());
-        if (holdsForeignType(files, written)) {
-            throw notSaved(files.writtenFile(),
-                           "it holds a value of a type that only the application can write",
-                           "let the application make the change");
-        }
+        Holdings holdings;
+        holdings.written = entries::of(session.written());
+        holdings.defaults = entries::of(session.readable(ConfigurationManager::StbappConfDefault));
+        holdings.foreign = foreignOnes(files, files.writtenFile(), holdings.written);
+        holdings.foreignDefaults = foreignOnes(files, files.defaultsFile(), holdings.defaults);
+        // Disguised, as only by hand.
+        if (isTypeForeign && holdings.foreign.isEmpty() && holdings.foreignDefaults.isEmpty())
+            holdings.foreign = holdings.written.keys();
         if (wantsDefaults)
             session.requireReadableDefaults();
         QByteArray bytes;
         QDataStream stream(&bytes, QIODevice::WriteOnly);
-        stream << written << entries::of(defaults);
+        stream << holdings.written << holdings.defaults << holdings.foreign
+               << holdings.foreignDefaults;
         return bytes;
     });
     if (end.failure)
@@ -81,8 +89,29 @@ Holdings read(const Files &files, bool wantsDefaults)
     }
     Holdings holdings;
     QDataStream stream(end.result);
-    stream >> holdings.written >> holdings.defaults;
+    stream >> holdings.written >> holdings.defaults >> holdings.foreign >> holdings.foreignDefaults;
     return holdings;
+}
+
+Holdings read(const Files &files, bool wantsDefaults)
+{
+    // Not only unreadable: the library would put a file in the link's place.
+    if (follow(absolute(files.writtenFile())).error == ELOOP) {
+        throw notSaved(files.writtenFile(), "a symbolic link that leads back to itself",
+                       "remove it, or let it lead to a file");
+    }
+    Holdings holdings = inspect(files, wantsDefaults);
+    requireKeepable(files, holdings.foreign);
+    return holdings;
+}
+
+void requireKeepable(const Files &files, const QStringList &foreign)
+{
+    if (!foreign.isEmpty()) {
+        throw notSaved(files.writtenFile(),
+                       "it holds a value of a type that only the application can write",
+                       "let the application make the change");
+    }
 }
 
 } // namespace writing

@@ -14,12 +14,21 @@ struct Holdings
 {
     Entries written; // by the file that is to be written
     Entries defaults;
+    // Those that may be of a type which only the application can write.
+    QStringList foreign;
+    QStringList foreignDefaults;
 };
 
 /// What the files hold, told by a child: this process has not opened them then. Ends with CannotRead
-/// if the written file, or the defaults if they are wanted, cannot be read as a whole, and with
-/// NotSaved if the written file holds what no write from here could keep.
+/// if the written file, or the defaults if they are wanted, cannot be read as a whole.
+Holdings inspect(const Files &files, bool wantsDefaults);
+
+/// The same for a write that is to keep them. Ends also with NotSaved if the written file is none, or
+/// holds what no write from here could keep.
 Holdings read(const Files &files, bool wantsDefaults);
+
+/// Ends with NotSaved if the written file is to keep one of these.
+void requireKeepable(const Files &files, const QStringList &foreign);
 
 } // namespace writing
 

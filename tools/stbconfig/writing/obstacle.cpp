@@ -58,7 +58,7 @@ bool isMountPoint(const QString &path)
     QByteArray escaped;
     const QByteArray bytes = QFile::encodeName(path);
     for (const char byte : bytes) {
-        escaped += std::strchr(" \t\n\\", byte) && byte != '\0'
+        escaped += std::strchr(" \t\n\\", byte)
             ? '\\' + QByteArray::number(byte, 8).rightJustified(3, '0')
             : QByteArray(1, byte);
     }
@@ -102,7 +102,7 @@ std::optional<Obstacle> ofOwner(const QString &file, const struct stat &status,
 QString existingDirectory(const QString &file)
 {
     QString directory = QFileInfo(follow(absolute(file)).end).path();
-    while (directory != "/" && denied(directory, F_OK) == ENOENT)
+    while (denied(directory, F_OK) == ENOENT)
         directory = QFileInfo(directory).path();
     return directory;
 }

@@ -14,6 +14,7 @@
 #include "value.h"
 #include "way.h"
 
+#include <QtCore/QDataStream>
 #include <QtCore/QFileInfo>
 #include <QtCore/QSet>
 
@@ -56,13 +57,19 @@ Entries after(const Entries &before, const Change &change)
     }
     for (const Setting &setting : change.remove)
         result.remove(setting.name());
+    for (const QString &name : change.removeListed)
+        result.remove(name);
     for (const auto &[setting, value] : change.set)
         result.insert(setting.name(), value);
     return result;
 }
 
-// Makes the change in the memory of this process.
-void apply(IStorableBackend &storage, const Change &change, const Entries &expected)
+bool isReachable(const QString &name) { return names::asStored(name) == name; }
+
+// Makes the change in the memory of this process. Where that lacks, the process must end at once: the
+// storage would write a part of the change when it goes.
+// NOLINTNEXTLINE(bugprone-exception-escape): so it does
+void apply(IStorableBackend &storage, const Change &change, const Entries &expected) noexcept
 {
     // To Qt, a name without a key is a group with the entry of its name, and removing an entry
     // removes the group of its name.
@@ -70,13 +77,33 @@ void apply(IStorableBackend &storage, const Change &change, const Entries &expec
         storage.remove(*change.removeGroup, QString());
     for (const Setting &setting : change.remove)
         storage.remove(setting.group, setting.key);
+    // What nobody can ask for goes only with everything; the rest is put back below.
+    if (!std::all_of(change.removeListed.cbegin(), change.removeListed.cend(), isReachable))
+        storage.remove({}, {});
+    for (const QString &name : change.removeListed) {
+        const Setting setting = Setting::named(name);
+        if (isReachable(name))
+            storage.remove(setting.group, setting.key);
+    }
     for (auto it = expected.cbegin(); it != expected.cend(); ++it) {
         const Setting setting = Setting::named(it.key());
-        if (names::asStored(it.key()) == it.key() && !storage.contains(setting.group, setting.key))
+        if (isReachable(it.key()) && !storage.contains(setting.group, setting.key))
             storage.setValue(setting.group, setting.key, *it);
     }
     for (const auto &[setting, value] : change.set)
         storage.setValue(setting.group, setting.key, value);
+}
+
+// Whoever takes an error for a missing file does not keep its owner.
+std::optional<struct stat> statusOf(const QString &file)
+{
+    std::optional<struct stat> status;
+    if (const int error = disk::look(file, status)) {
+        throw Failure{CannotRead,
+                      {file, QString("cannot be read: ") + std::strerror(error),
+                       "check the path and the disk"}};
+    }
+    return status;
 }
 
 Failure changedSince(const QString &file, const QString &where)
@@ -86,12 +113,20 @@ Failure changedSince(const QString &file, const QString &where)
              "another process writes it, or the disk fails; try again"}};
 }
 
-// In a child: what it has cached dies with it.
+QByteArray told(const QString &whatHappened, const QString &whatToDo)
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream << whatHappened << whatToDo;
+    return bytes;
+}
+
+// In a child: what it has cached dies with it. Returns what it told of the time after the write.
 QByteArray write(const Files &files, const Entries &before, const Entries &expected,
                  const Change &change, const QByteArray &oldBytes)
 {
     const QString file = files.writtenFile();
-    const auto old = disk::statusOf(file);
+    const auto old = statusOf(file);
     const Way way = follow(absolute(file));
     QString oldDirectory = QFileInfo(way.end).path();
     while (oldDirectory != "/" && !QFileInfo::exists(oldDirectory))
@@ -121,19 +156,13 @@ QByteArray write(const Files &files, const Entries &before, const Entries &expec
         throw notSaved(file, std::strerror(obstruction), "try again, and see who else makes it");
     }
     session.reset(); // writes
-    if (old) {
-        if (const int error = disk::keepOwner(file, *old)) {
-            throw Failure{
-                NotSaved,
-                {file, QString("written, but its owner could not be kept: ") + std::strerror(error),
-                 "give it back to its owner"}};
-        }
+    if (const int error = old ? disk::keepOwner(file, *old) : disk::openToOthers(file)) {
+        return told(QString("written, but its owner could not be kept: ") + std::strerror(error),
+                    "give it back to its owner");
     }
     if (const int error = disk::flush(file, oldDirectory)) {
-        throw Failure{NotSaved,
-                      {file,
-                       QString("written, but not flushed to the disk: ") + std::strerror(error),
-                       "check the disk; after a power cut the change may be gone"}};
+        return told(QString("written, but not flushed to the disk: ") + std::strerror(error),
+                    "check the disk; after a power cut the change may be gone");
     }
     return {};
 }
@@ -164,11 +193,12 @@ void tellCosts(const QString &file, const QByteArray &bytes)
 }
 
 // Whoever can exchange a part of the way may put a link there meanwhile.
-void requireOwnDirectory(const QString &file, const Manner &manner)
+void requireOwnDirectory(const Files &files, const Manner &manner)
 {
     if (geteuid() != 0 || manner.asRoot)
         return;
-    const QString shared = follow(absolute(file)).shared;
+    const QString file = files.writtenFile();
+    const QString shared = files.sharedBefore(file);
     if (!shared.isEmpty()) {
         throw notSaved(file, "others than root can write in " + shared,
                        "work as the application's user, or add --as-root if you trust them");
@@ -196,6 +226,13 @@ void requireNoObstacle(const QString &file, qint64 size, const Manner &manner)
         throw notSaved(held->problem);
 }
 
+// The file before the write.
+struct Old
+{
+    fileproblem::Contents contents;
+    std::optional<struct stat> status;
+};
+
 // Why nothing of the change is on the disk.
 Failure causeOf(const QString &file, qint64 size, const QString &otherwise)
 {
@@ -206,6 +243,33 @@ Failure causeOf(const QString &file, qint64 size, const QString &otherwise)
                         "wait for it, or remove a left-over lock");
     }
     return notSaved(file, otherwise, "check the file system, then try again");
+}
+
+bool isAsBefore(const fileproblem::Contents &now, const Old &old)
+{
+    return !now.problem && now.exists == old.contents.exists && now.bytes == old.contents.bytes;
+}
+
+// What is true of a change whose write has begun and is not proved.
+Failure unproved(const Files &files, qint64 size, const Old &old, const QString &why)
+{
+    const QString file = files.writtenFile();
+    const fileproblem::Contents now = fileproblem::read(file, files.root());
+    if (now.problem) {
+        return {NotSaved,
+                {file, "it is not known whether the change is saved: " + why,
+                 "see what the file holds, then try again"}};
+    }
+    if (isAsBefore(now, old))
+        return causeOf(file, size, why);
+    const int error = now.exists && old.status ? disk::keepOwner(file, *old.status) : 0;
+    return {
+        NotSaved,
+        {file,
+         "written, but not proved: " + why
+             + (error == 0 ? QString()
+                           : QString(", and its owner could not be kept: ") + std::strerror(error)),
+         "see what the file holds, then try again"}};
 }
 
 // Nothing else than what was to be there, but not all of it.
@@ -231,7 +295,7 @@ bool isCutOff(const QByteArray &now, const Entries &found, const Entries &expect
 }
 
 void runInChild(const Files &files, const Entries &before, const Entries &expected,
-                const Change &change, qint64 size, const QByteArray &oldBytes)
+                const Change &change, qint64 size, const Old &old)
 {
     const QString file = files.writtenFile();
     const child::Watch tellWaiting{
@@ -244,42 +308,59 @@ void runInChild(const Files &files, const Entries &before, const Entries &expect
             }
         }};
     const child::End end = child::run(
-        writeLimit, [&] { return write(files, before, expected, change, oldBytes); }, tellWaiting);
+        writeLimit, [&] { return write(files, before, expected, change, old.contents.bytes); },
+        tellWaiting);
     if (end.failure)
         throw *end.failure;
     if (end.how == child::End::NotStarted)
         throw notSaved(file, end.why, "end some processes, or free some memory");
     if (end.how != child::End::Returned)
-        throw causeOf(file, size, end.why);
+        throw unproved(files, size, old, end.why);
+    Problem problem{file, {}, {}};
+    QDataStream stream(end.result);
+    stream >> problem.whatHappened >> problem.whatToDo;
+    // Qt does not say that it could not write; the proof does.
+    if (!problem.whatHappened.isEmpty() && !isAsBefore(fileproblem::read(file, files.root()), old))
+        throw Failure{NotSaved, problem};
 }
 
-void prove(const Files &files, const Entries &expected, const Change &change,
-           const fileproblem::Contents &oldContents, const std::optional<struct stat> &oldStatus)
+void prove(const Files &files, const Entries &expected, const Change &change, qint64 size,
+           const Old &old)
 {
     const QString file = files.writtenFile();
     const fileproblem::Contents now = fileproblem::read(file, files.root());
-    if (now.problem) {
-        throw Failure{
-            NotSaved,
-            {file, "written, but not proved: " + now.problem->whatHappened, now.problem->whatToDo}};
-    }
+    if (now.problem)
+        throw unproved(files, size, old, now.problem->whatHappened);
     const Session session(files);
     const Entries found = entries::of(session.written());
     const QStringList wrong = entries::differences(expected, found, changedNames(change));
     if (wrong.isEmpty() && session.written().isValid())
         return;
-    const Failure cause = causeOf(file, obstacle::sizeOf(expected),
-                                  "the file on the disk differs in " + listed(wrong));
-    if (now.exists && now.bytes != oldContents.bytes && isCutOff(now.bytes, found, expected)) {
-        const int error = disk::putBack(file, oldContents.bytes, oldStatus);
+    const QString what = "the file on the disk differs in " + listed(wrong);
+    if (now.exists && !isAsBefore(now, old) && isCutOff(now.bytes, found, expected)) {
+        const int error = disk::putBack(file, old.contents.bytes, old.status);
         throw notSaved(file,
                        error == 0 ? "the write was cut off; the old file was put back"
                                   : QString("the write was cut off, and the old file could not "
                                             "be put back: ")
                                + std::strerror(error),
-                       cause.problem.whatToDo);
+                       causeOf(file, size, what).problem.whatToDo);
     }
-    throw cause;
+    throw unproved(files, size, old, what);
+}
+
+// To look may fail, too.
+void proveOrTell(const Files &files, const Entries &expected, const Change &change, qint64 size,
+                 const Old &old)
+{
+    try {
+        prove(files, expected, change, size, old);
+    } catch (const Failure &failure) {
+        if (failure.status != CannotRead)
+            throw;
+        throw unproved(files, size, old,
+                       failure.problem.thing + ": " + failure.problem.whatHappened);
+    }
 }
 
 } // namespace
@@ -302,17 +383,16 @@ Outcome save(const Files &files, const Entries &before, const Change &change, co
         }
         return Unchanged;
     }
-    const auto oldStatus = disk::statusOf(file);
-    const fileproblem::Contents oldContents = fileproblem::read(file, files.root());
-    if (oldContents.problem)
-        throw Failure{CannotRead, *oldContents.problem};
-    if (oldStatus && oldContents.bytes.size() < oldStatus->st_size) {
+    const Old old{fileproblem::read(file, files.root()), statusOf(file)};
+    if (old.contents.problem)
+        throw Failure{CannotRead, *old.contents.problem};
+    if (old.status && old.contents.bytes.size() < old.status->st_size) {
         throw Failure{CannotRead,
                       {file, "only a part of it could be read", "try again, and check the disk"}};
     }
 #if QT_VERSION_MAJOR < 6
     // Qt reads the rest as UTF-8, and writes it without the mark that says so.
-    if (oldContents.bytes.startsWith(byteOrderMark)) {
+    if (old.contents.bytes.startsWith(byteOrderMark)) {
         throw notSaved(file, "it begins with a byte order mark, which a write would lose",
                        "save the file without it");
     }
@@ -320,12 +400,12 @@ Outcome save(const Files &files, const Entries &before, const Change &change, co
     requireStable(file, expected, changed);
     const qint64 size = obstacle::sizeOf(expected);
     requireNoObstacle(file, size, manner);
-    requireOwnDirectory(file, manner);
-    tellCosts(file, oldContents.bytes);
+    requireOwnDirectory(files, manner);
+    tellCosts(file, old.contents.bytes);
     if (manner.dryRun)
         return WouldBeSaved;
-    runInChild(files, before, expected, change, size, oldContents.bytes);
-    prove(files, expected, change, oldContents, oldStatus);
+    runInChild(files, before, expected, change, size, old);
+    proveOrTell(files, expected, change, size, old);
     return Saved;
 }
 

@@ -23,6 +23,7 @@ struct Change
     QVector<QPair<Setting, QVariant>> set;
     QVector<Setting> remove;
     std::optional<QString> removeGroup; // without an entry of the same name
+    QStringList removeListed; // as the file lists them, also those that nobody can ask for
 };
 
 struct Manner

@@ -1,0 +1,32 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#ifndef STBCONFIG_TOOL_SCRATCH_H
+#define STBCONFIG_TOOL_SCRATCH_H
+
+#include "files.h"
+
+#include <sys/types.h>
+
+// A directory in TMPDIR, of this user alone, for files that the library is to read or write, which
+// knows no files without a place. A process of its own makes it and removes it, with all that is in
+// it, when the object is gone: also if this process is killed.
+class Scratch
+{
+public:
+    /// Ends with CannotRead if no directory can be made. Root, unless it is to trust other users'
+    /// directories, takes none in which others could put a link in a file's place.
+    explicit Scratch(bool asRoot);
+    ~Scratch();
+    Q_DISABLE_COPY(Scratch)
+
+    /// Of a box without defaults, whose custom file is in the directory and may be missing.
+    Files files() const;
+
+private:
+    QString directory;
+    int line = -1; // to the process that waits for its end
+    pid_t keeper = -1;
+};
+
+#endif

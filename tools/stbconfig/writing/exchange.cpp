@@ -1,0 +1,252 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#include "exchange.h"
+
+#include "child.h"
+#include "descriptor.h"
+#include "fileproblem.h"
+#include "holdings.h"
+#include "identity.h"
+#include "names.h"
+#include "rawfile.h"
+#include "scratch.h"
+#include "session.h"
+#include "value.h"
+#include "way.h"
+
+#include <QtCore/QFile>
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <unistd.h>
+
+namespace exchange {
+namespace {
+
+constexpr char fromInput[] =
+    "name a file that can be read, or give - and the text on standard input";
+
+QByteArray bytesOf(const QString &path)
+{
+    fileproblem::Contents contents = fileproblem::read(path);
+    if (contents.problem) {
+        contents.problem->whatToDo = fromInput;
+        throw Failure{CannotRead, *contents.problem};
+    }
+    if (!contents.exists)
+        throw Failure{CannotRead, {path, "no such file", "check the path"}};
+    return contents.bytes;
+}
+
+bool isPlain(char byte) { return static_cast<unsigned char>(byte) < 0x80; }
+
+QByteArray escapedName(const QString &name)
+{
+    QByteArray result;
+    for (const QChar character : name) {
+        const ushort code = character.unicode();
+        result += code < 0x80 ? QByteArray(1, static_cast<char>(code))
+                              : "%U" + QByteArray::number(code, 16).rightJustified(4, '0');
+    }
+    return result;
+}
+
+// A digit behind a number would be a part of it.
+QByteArray escapedValue(const QString &value)
+{
+    QByteArray result;
+    bool isBehindNumber = false;
+    for (const QChar character : value) {
+        const ushort code = character.unicode();
+        const bool isNumber = code >= 0x80 || (isBehindNumber && std::isxdigit(code) != 0);
+        result += isNumber ? "\\x" + QByteArray::number(code, 16)
+                           : QByteArray(1, static_cast<char>(code));
+        isBehindNumber = isNumber;
+    }
+    return result;
+}
+
+// Where the value begins.
+QByteArray::size_type endOfName(const RawLine &line)
+{
+    auto equals = line.text.indexOf('=');
+    while (line.text.mid(equals + 1).trimmed() != line.value)
+        equals = line.text.indexOf('=', equals + 1);
+    return equals + 1;
+}
+
+QByteArray inAscii(const RawLine &line)
+{
+    const auto end = line.kind == RawLine::Entry ? endOfName(line) : line.text.size();
+    return escapedName(QString::fromUtf8(line.text.left(end)))
+        + escapedValue(QString::fromUtf8(line.text.mid(end)));
+}
+
+// The same in ASCII, in which both versions of Qt read the same; each line where it was.
+QByteArray inAscii(const QVector<RawLine> &lines, QVector<Refusal> &refusals)
+{
+    QByteArray result;
+    QByteArray::size_type number = 1;
+    for (const RawLine &line : lines) {
+        if (line.kind == RawLine::Comment)
+            continue;
+        if (!value::fromUtf8(line.text)) {
+            const QString where = QString("line %1").arg(line.number);
+            refusals.append(Refusal{{}, {where, "it is not UTF-8", "write it in UTF-8"}});
+            if (line.kind != RawLine::Section)
+                continue;
+        }
+        for (; number < line.number; ++number)
+            result += '\n';
+        const QByteArray text = inAscii(line);
+        number += text.count('\n');
+        result += text;
+    }
+    return result + '\n';
+}
+
+void put(const QString &file, const QByteArray &bytes)
+{
+    QFile output(file);
+    if (!output.open(QIODevice::WriteOnly | QIODevice::Unbuffered)
+        || output.write(bytes) != bytes.size()) {
+        throw Failure{CannotRead,
+                      {file, "cannot be written: " + output.errorString(),
+                       "free some space there, or set TMPDIR to another directory"}};
+    }
+}
+
+Refusal refusalOf(const QString &name)
+{
+    const auto refuse = [&name](const QString &what, const QString &remedy) {
+        return Refusal{name, {name, what, remedy}};
+    };
+    const QString other = names::asStored(name);
+    if (other != name) {
+        return refuse("a file cannot express this name",
+                      other.isEmpty() ? "name a key" : "use " + other);
+    }
+    const Setting setting = Setting::named(name);
+    const QString group = entries::groupAsRead(setting.group);
+    if (group != setting.group) {
+        return refuse("a file cannot express this group",
+                      "use " + Setting{group, setting.key}.name());
+    }
+    return refuse("a file does not give this value back", "write it otherwise");
+}
+
+} // namespace
+
+Text fromFile(const QString &path, bool asRoot)
+{
+    if (geteuid() != 0 || asRoot)
+        return {path, bytesOf(path)};
+    const QString shared = follow(absolute(path)).shared;
+    if (!shared.isEmpty()) {
+        throw Failure{CannotRead,
+                      {path, "others than root can exchange it in " + shared, fromInput}};
+    }
+    constexpr std::chrono::seconds limit(20);
+    const child::End end = child::run(limit, [&path] {
+        identity::becomeOwner(QStringList{path});
+        return bytesOf(path);
+    });
+    if (end.failure)
+        throw *end.failure;
+    if (end.how != child::End::Returned)
+        throw Failure{CannotRead, {path, end.why, "try again"}};
+    return {path, end.result};
+}
+
+Text fromStandardInput()
+{
+    Text text{"standard input", {}};
+    const int error = readAll(STDIN_FILENO, text.bytes, fileproblem::largestFile);
+    if (error != 0) {
+        throw Failure{CannotRead,
+                      {text.source, std::strerror(error), "give it the settings to import"}};
+    }
+    if (text.bytes.size() > fileproblem::largestFile) {
+        throw Failure{CannotRead,
+                      {text.source,
+                       QString("too large: more than %1 bytes").arg(fileproblem::largestFile),
+                       "look at what gives it"}};
+    }
+    return text;
+}
+
+Contents read(const Text &text, bool asRoot)
+{
+    QByteArray bytes = text.bytes;
+    if (bytes.startsWith(byteOrderMark))
+        bytes.remove(0, static_cast<int>(std::strlen(byteOrderMark)));
+    Contents contents;
+    if (!std::all_of(bytes.cbegin(), bytes.cend(), isPlain))
+        bytes = inAscii(rawLines(bytes), contents.refusals);
+    const Scratch scratch(asRoot);
+    const Files files = scratch.files();
+    put(files.customFile(), bytes);
+    writing::Holdings found;
+    try {
+        found = writing::inspect(files, false);
+    } catch (const Failure &failure) {
+        // To the user, the scratch file is the text.
+        throw Failure{
+            failure.status,
+            {text.source, failure.problem.whatHappened, "correct the text, then try again"}};
+    }
+    for (const QString &name : qAsConst(found.foreign)) {
+        contents.refusals.append(
+            {name, {name, "its type is one that only the application knows", "leave it out"}});
+        found.written.remove(name);
+    }
+    const QVector<Refusal> others = refusalsOf(found.written);
+    for (const Refusal &refusal : others)
+        found.written.remove(refusal.setting);
+    contents.refusals += others;
+    contents.entries = found.written;
+    return contents;
+}
+
+QByteArray written(const Entries &all, bool asRoot)
+{
+    if (all.isEmpty())
+        return {};
+    const Scratch scratch(asRoot);
+    const Files files = scratch.files();
+    put(files.customFile(), {}); // otherwise Qt makes and removes a file for each entry
+    constexpr std::chrono::seconds limit(20);
+    const child::End end = child::run(limit, [&files, &all] {
+        const Session session(files);
+        for (auto it = all.cbegin(); it != all.cend(); ++it) {
+            const Setting setting = Setting::named(it.key());
+            session.written().setValue(setting.group, setting.key, *it);
+        }
+        return QByteArray();
+    });
+    const fileproblem::Contents contents = fileproblem::read(files.customFile());
+    const QSet<QString> changed(all.keyBegin(), all.keyEnd());
+    if (end.how != child::End::Returned || contents.problem
+        || !entries::differences(all, writing::inspect(files, false).written, changed).isEmpty()) {
+        throw Failure{CannotRead,
+                      {files.customFile(), "cannot be written as a whole",
+                       "free some space there, or set TMPDIR to another directory"}};
+    }
+    return contents.bytes;
+}
+
+QVector<Refusal> refusalsOf(const Entries &all)
+{
+    const QStringList unstable = entries::unstable(all);
+    const QSet<QString> changing(unstable.cbegin(), unstable.cend());
+    QVector<Refusal> refusals;
+    for (auto it = all.cbegin(); it != all.cend(); ++it) {
+        if (changing.contains(it.key()) || names::asStored(it.key()) != it.key())
+            refusals.append(refusalOf(it.key()));
+    }
+    return refusals;
+}
+
+} // namespace exchange

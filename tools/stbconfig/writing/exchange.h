@@ -1,0 +1,52 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#ifndef STBCONFIG_TOOL_EXCHANGE_H
+#define STBCONFIG_TOOL_EXCHANGE_H
+
+#include "entries.h"
+#include "problem.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QVector>
+
+// Settings on the way from one box to another: the text of an INI file, read and written by the
+// library. It is UTF-8, whatever the library takes a storage's bytes for.
+namespace exchange {
+
+struct Text
+{
+    QString source; // as a person calls it
+    QByteArray bytes;
+};
+
+/// The file, which is never waited for. Root reads it as the first other user on the way to it, so
+/// that nobody's link lets root tell what is root's. Ends with CannotRead.
+Text fromFile(const QString &path, bool asRoot);
+/// All of standard input. Ends with CannotRead if it is larger than a file may be.
+Text fromStandardInput();
+
+struct Refusal
+{
+    QString setting; // empty where that cannot be told
+    Problem problem;
+};
+
+struct Contents
+{
+    Entries entries;
+    QVector<Refusal> refusals; // what no file gives back as it is, and is not among the entries
+};
+
+/// What the text holds. Ends with CannotRead if it is malformed or would end its reader.
+Contents read(const Text &text, bool asRoot);
+
+/// As a storage with these entries would be. Ends with CannotRead if it cannot be made.
+QByteArray written(const Entries &all, bool asRoot);
+
+/// Why no file gives the entries back as they are; nothing for those that it does.
+QVector<Refusal> refusalsOf(const Entries &all);
+
+} // namespace exchange
+
+#endif
