@@ -391,7 +391,7 @@ assert d["versions"]' "$output"
             esac
             [ $place = file ] || file=$other
             run timeout 20 "$STBCONFIG" diff --with "$file"
-            [ "$status" = 3 ] && [[ $output == "stbconfig: $other"*"$what"* ]] ||
+            [ "$status" = 3 ] && [[ $output == *"stbconfig: $other"*"$what"* ]] ||
                 { echo "$thing $place: $status: $output"; return 1; }
             no_line CANARY
         done
