@@ -278,8 +278,8 @@ void trapped(int, siginfo_t *info, void *context)
     const auto argument = [&r](int i) { return static_cast<long>(r[i]); };
     const Arguments a{argument(0), argument(1), argument(2), argument(3), argument(4), 0};
     r[0] = static_cast<unsigned long long>(answer(info->si_syscall, a));
-#elif !defined __cppcheck__
-#error "say here where this processor keeps a call's arguments and its result"
+#else
+    static_assert(sizeof(machine) == 0, "say where this processor keeps a call's arguments");
 #endif
     errno = before;
 }
