@@ -308,9 +308,9 @@ class Verdicts:
             is_fault = row is None
             told += f" ({row})" if row and row != "-" else ""
         left = ", ".join(run.left_files) + (" processes" if run.left_processes else "")
-        # Whoever cannot remove a file leaves it.
+        # Whoever cannot remove a file leaves it; who cannot hear its child must end it.
         if left and subject.is_command and fault.kind == "call":
-            is_fault |= fault.span == "once" and not call.startswith("unlink")
+            is_fault |= fault.span == "once" and not call.startswith(("unlink", "poll"))
         is_fault |= run.is_hung or run.left_processes
         # The library's own flushes end as fdatasync().
         is_fault |= told == "0" and fault.span == "once" and call.startswith("fsync ")

@@ -45,7 +45,8 @@ QStringList foreignOnes(const Files &files, const QString &file, const Entries &
         return result;
     const QVector<RawLine> lines = rawLines(fileproblem::read(file, files.root()).bytes);
     for (const RawLine &line : lines) {
-        if (line.value.contains("@Variant(") && (isTypeForeign || isUnread(held[line.name])))
+        // The "@" may be escaped.
+        if (line.value.contains("Variant(") && (isTypeForeign || isUnread(held[line.name])))
             result.append(line.name);
     }
     return result;
