@@ -8,17 +8,6 @@ setup_file()
 {
     cmake --install "$BUILD_DIR" --prefix "$BATS_FILE_TMPDIR/installed" >/dev/null
     chmod a+x "$BATS_RUN_TMPDIR" "$BATS_RUN_TMPDIR"/*
-    # A user whom no list names, and no other run of these tests on this machine uses.
-    export user=$((100000 + $$))
-}
-
-# Gives the directory of the custom file to a user.
-given_to()
-{
-    [ "$(id -u)" = 0 ] || skip "only root can give files to another user"
-    setpriv --reuid "$1" --clear-groups true 2>/dev/null || skip "root cannot become another user here"
-    chmod a+x "$BATS_RUN_TMPDIR" "$BATS_RUN_TMPDIR"/* "$BATS_TEST_TMPDIR" "$box"
-    chown -R "$1:$1" "$box/var"
 }
 
 # Runs the command as an ordinary user.

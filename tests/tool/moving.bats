@@ -3,13 +3,6 @@
 
 load support
 
-# Ordinary users may have no access to the folder that we build in, nor to root's scratch directory.
-setup_file()
-{
-    # A user whom no list names, and no other run of these tests on this machine uses.
-    export user=$((200000 + $$))
-}
-
 # Runs the command on another box, and prints what it prints.
 there()
 {
@@ -32,26 +25,6 @@ filled()
 untouched()
 {
     cmp "$box/before" "$custom" && cmp "$box/storage" "$box/var/epg.db" && cmp "$box/defaults" "$defaults"
-}
-
-# Gives the directory of the custom file to a user.
-given_to()
-{
-    [ "$(id -u)" = 0 ] || skip "only root can give files to another user"
-    setpriv --reuid "$1" --clear-groups true 2>/dev/null || skip "root cannot become another user here"
-    chmod a+x "$BATS_RUN_TMPDIR" "$BATS_RUN_TMPDIR"/* "$BATS_TEST_TMPDIR" "$box"
-    chown -R "$1:$1" "$box/var"
-}
-
-# Runs the command with failing calls; "faults.cpp" says what they look like.
-with_failing_calls()
-{
-    local wanted=$1
-    shift
-    [ -n "$FAULTS_LIBRARY" ] || skip "no library that makes calls fail"
-    [ -e /proc/self/fd/0 ] || skip "needs /proc"
-    ! grep -q __asan_init "$PROGRAM" || skip "the address sanitizer wants to be loaded first"
-    run env LD_PRELOAD="$FAULTS_LIBRARY" FAULTS="$wanted" "$STBCONFIG" "$@"
 }
 
 @test "an export is what a storage would hold, byte for byte" {

@@ -3,17 +3,6 @@
 
 load support
 
-# Runs the command with failing calls; "faults.cpp" says what they look like.
-with_faults()
-{
-    local wanted=$1
-    shift
-    [ -n "$FAULTS_LIBRARY" ] || skip "no library that makes calls fail"
-    [ -e /proc/self/fd/0 ] || skip "needs /proc"
-    ! grep -q __asan_init "$PROGRAM" || skip "the address sanitizer wants to be loaded first"
-    run env LD_PRELOAD="$FAULTS_LIBRARY" FAULTS="$wanted" "$STBCONFIG" "$@"
-}
-
 holding()
 {
     printf '%s\n' "$@" >"$custom"
@@ -44,7 +33,7 @@ for entry in json.load(sys.stdin):
     holding '[a]' b=1 "long=$(head -c 40000 /dev/zero | tr '\0' x)" '[z]' last=1
     for which in 1 2 3 4 5 6 7 8 9 10 11 12 all; do
         for what in EIO end; do
-            with_faults "read:/custom.conf:$what:$which" set c changed 1
+            with_failing_calls "read:/custom.conf:$what:$which" set c changed 1
             if cmp -s "$box/before" "$custom"; then
                 [[ $status = 3 || $status = 4 ]] || { echo "$what $which: $status $output"; return 1; }
             else
@@ -59,17 +48,17 @@ for entry in json.load(sys.stdin):
 
 @test "a read that fails for good is no empty file" {
     holding '[a]' b=1
-    with_faults "read:/custom.conf:EIO:all" set c changed 1
+    with_failing_calls "read:/custom.conf:EIO:all" set c changed 1
     [[ $status = 3 && $output == *"custom.conf: "* ]]
     cmp "$box/before" "$custom"
-    with_faults "read:/custom.conf:EIO:all" unset a/b
+    with_failing_calls "read:/custom.conf:EIO:all" unset a/b
     [ "$status" = 3 ]
     cmp "$box/before" "$custom"
 }
 
 @test "reads in small pieces are put together" {
     holding '[a]' b=1 "long=$(head -c 3000 /dev/zero | tr '\0' x)"
-    with_faults "read:/custom.conf:short:all" set c changed 1
+    with_failing_calls "read:/custom.conf:short:all" set c changed 1
     [ "$status" = 0 ]
     expect 0 get a long
     [ "${#output}" = 3000 ]
@@ -78,14 +67,14 @@ for entry in json.load(sys.stdin):
 @test "a flush that fails is no success" {
     for call in "fsync:/custom.conf" "fsync:/var"; do
         holding '[a]' b=1
-        with_faults "$call:EIO:all" set c changed 1
+        with_failing_calls "$call:EIO:all" set c changed 1
         [[ $status = 4 && $output == *"not flushed to the disk: "* ]] || { echo "$call: $status $output"; return 1; }
         holding '[a]' b=1
-        with_faults "$call:EIO:all" set a b 1
+        with_failing_calls "$call:EIO:all" set a b 1
         [[ $status = 4 && $output == *"not flushed to the disk: "* ]] || { echo "$call: $status $output"; return 1; }
-        with_faults "$call:EIO:all" unset a b
+        with_failing_calls "$call:EIO:all" unset a b
         [ "$status" = 4 ]
-        with_faults "$call:EIO:all" logging level debug
+        with_failing_calls "$call:EIO:all" logging level debug
         [ "$status" = 4 ]
     done
 }
@@ -95,13 +84,13 @@ for entry in json.load(sys.stdin):
     holding '[a]' b=1
     for words in "set c d 1" "set c d 1" "unset c d" "logging level debug"; do
         rm -f "$box/log"
-        with_faults "" $words
+        with_failing_calls "" $words
         [ "$status" = 0 ]
         grep -q "^fsync $box/var/custom.conf ok" "$box/log"
         grep -qx "fsync $box/var ok" "$box/log"
     done
     rm "$box/log"
-    with_faults "" set c d 1 --persistent "$box/var/new/deep/"
+    with_failing_calls "" set c d 1 --persistent "$box/var/new/deep/"
     [ "$status" = 0 ]
     for directory in "$box/var/new/deep" "$box/var/new" "$box/var"; do
         grep -qx "fsync $directory ok" "$box/log"
@@ -112,7 +101,7 @@ for entry in json.load(sys.stdin):
     export FAULTS_LOG=$box/log
     holding '[a]' b=1
     for words in "set c d 1" "unset a b" "unset --group a" "logging level debug" "unset --redundant"; do
-        with_faults "" $words --dry-run
+        with_failing_calls "" $words --dry-run
         [ "$status" = 0 ]
         cmp "$box/before" "$custom"
     done
@@ -124,7 +113,7 @@ for entry in json.load(sys.stdin):
     for what in ENOSPC EDQUOT EIO; do
         for which in 1 2 all; do
             holding '; mine' '[a]' b=1 "long=$(head -c 40000 /dev/zero | tr '\0' x)"
-            with_faults "write:NEW:$what:$which" set c changed 1
+            with_failing_calls "write:NEW:$what:$which" set c changed 1
             if [ "$status" = 0 ]; then
                 [ "$which" = 2 ] && grep -qx changed=1 "$custom"
             else
@@ -138,7 +127,7 @@ for entry in json.load(sys.stdin):
     # Qt does not look at what becomes of the last 16 kB.
     for what in ENOSPC EDQUOT; do
         holding '; mine' '[a]' b=1 "long=$(head -c 9000 /dev/zero | tr '\0' x)"
-        with_faults "write:NEW:short:1 write:NEW:$what:2" set a changed 1
+        with_failing_calls "write:NEW:short:1 write:NEW:$what:2" set a changed 1
         [ "$status" = 4 ] && cmp "$box/before" "$custom"
         [[ $output == *"the write was cut off; the old file was put back; "* ]] || { echo "$output"; return 1; }
     done
@@ -147,7 +136,7 @@ for entry in json.load(sys.stdin):
 @test "a write that is cut off at a block's end, behind a line, ends with the old bytes" {
     # Lines of 16 bytes: the half of the file that is written ends with a line and is one block.
     holding '[aaaaaaaaaaaaa]' $(seq -f 'key%03.f=12345678' 1 63)
-    with_faults "write:NEW:short:1 write:NEW:ENOSPC:2" set aaaaaaaaaaaaa key063 87654321
+    with_failing_calls "write:NEW:short:1 write:NEW:ENOSPC:2" set aaaaaaaaaaaaa key063 87654321
     [ "$status" = 4 ]
     [ "$output" = "stbconfig: $custom: not saved: the write was cut off; the old file was put back; check the file system, then try again" ] ||
         { echo "$output"; return 1; }
@@ -155,7 +144,7 @@ for entry in json.load(sys.stdin):
 }
 
 @test "a new file whose write is cut off after some of the bytes is removed" {
-    with_faults "write:NEW:short:1 write:NEW:ENOSPC:2" set a changed "$(head -c 9000 /dev/zero | tr '\0' x)"
+    with_failing_calls "write:NEW:short:1 write:NEW:ENOSPC:2" set a changed "$(head -c 9000 /dev/zero | tr '\0' x)"
     [ "$status" = 4 ]
     [[ $output == *"not saved: the write was cut off; the old file was put back; "* ]] || { echo "$output"; return 1; }
     [ ! -e "$custom" ]
@@ -164,7 +153,7 @@ for entry in json.load(sys.stdin):
 @test "an old file that cannot be put back is told" {
     for fault in write:NEW:EIO:3 fsync:NEW:EIO:all rename:/custom.conf:EIO:2; do
         holding '[a]' b=1 "long=$(head -c 9000 /dev/zero | tr '\0' x)"
-        with_faults "write:NEW:short:1 write:NEW:ENOSPC:2 $fault" set a changed 1
+        with_failing_calls "write:NEW:short:1 write:NEW:ENOSPC:2 $fault" set a changed 1
         [ "$status" = 4 ]
         [[ $output == "stbconfig: $custom: not saved: the write was cut off, and the old file could not be put back: Input/output error; "* ]] ||
             { echo "$fault: $output"; return 1; }
@@ -176,7 +165,7 @@ for entry in json.load(sys.stdin):
     # Qt and this command read it in turn: one of these is the last look before the write.
     for which in 1 2 3 4 5 6 7 8; do
         holding '[a]' b=1 '[z]' last=1
-        with_faults "read:/custom.conf:end:$which" set c changed 1
+        with_failing_calls "read:/custom.conf:end:$which" set c changed 1
         [[ $output == *"custom.conf: only a part of it could be read; try again, and check the disk" ]] || continue
         [ "$status" = 3 ]
         cmp "$box/before" "$custom"
@@ -186,7 +175,7 @@ for entry in json.load(sys.stdin):
 }
 
 @test "a new file whose write is cut off does not stay" {
-    with_faults "write:NEW:ENOSPC:all" set c changed 1
+    with_failing_calls "write:NEW:ENOSPC:all" set c changed 1
     [ "$status" = 4 ]
     [ ! -s "$custom" ]
 }
@@ -195,7 +184,7 @@ for entry in json.load(sys.stdin):
     [ "$(id -u)" = 0 ] || skip "needs root to give the file away"
     holding '[a]' b=1
     chown 1234:1234 "$custom"
-    with_faults "fchown:custom.conf:EPERM:all" --as-root set c changed 1
+    with_failing_calls "fchown:custom.conf:EPERM:all" --as-root set c changed 1
     [ "$status" = 4 ]
     [ "$output" = "stbconfig: $custom: written, but its owner could not be kept: Operation not permitted; give it back to its owner" ]
 }
@@ -229,7 +218,7 @@ for entry in json.load(sys.stdin):
         for other in 'b=2' 'b=1\nother=1'; do
             holding '[a]' b=1
             export FAULTS_RUN="printf '[a]\n$other\n' >'$box/theirs' && mv '$box/theirs' '$custom'"
-            with_faults "read:/custom.conf:run:$which" set c changed 1
+            with_failing_calls "read:/custom.conf:run:$which" set c changed 1
             theirs=$(grep -cx "${other##*n}" "$custom") || true
             ours=$(grep -cx changed=1 "$custom") || true
             # Theirs always stays; ours may be refused, or be overwritten by theirs and then told.
@@ -430,23 +419,23 @@ EOF
     holding '[a]' b=1
     for call in read:/custom.conf write:] read:]; do
         for which in 1 2 3; do
-            with_faults "$call:EINTR:$which" get a b
+            with_failing_calls "$call:EINTR:$which" get a b
             [ "$status:$output" = 0:1 ] || { echo "$call $which: $status $output"; return 1; }
         done
     done
-    with_faults "write:NEW:short:1 write:NEW:ENOSPC:2 write:NEW:EINTR:3" set a long "$(head -c 9000 /dev/zero | tr '\0' x)"
+    with_failing_calls "write:NEW:short:1 write:NEW:ENOSPC:2 write:NEW:EINTR:3" set a long "$(head -c 9000 /dev/zero | tr '\0' x)"
     [[ $status = 4 && $output == *"the old file was put back; "* ]]
     cmp "$box/before" "$custom"
 }
 
 @test "an answer that does not come whole from a child is none" {
     holding '[a]' b=1
-    with_faults write:]:EIO:1 get a b
+    with_failing_calls write:]:EIO:1 get a b
     [ "$status" = 3 ]
     [ "$output" = "stbconfig: stbconfig: a process ended for want of memory; try again, and tell its maintainers" ]
-    with_faults read:]:EIO:1 get a b
+    with_failing_calls read:]:EIO:1 get a b
     [ "$status" = 3 ]
-    with_faults write:]:EIO:1 set a b 2
+    with_failing_calls write:]:EIO:1 set a b 2
     [ "$status" = 3 ]
     cmp "$box/before" "$custom"
 }
@@ -454,7 +443,7 @@ EOF
 @test "a process whose variables cannot be read has none" {
     [ -z "$EMULATOR" ] || skip "the emulator's process has its own environment"
     while read -r error message; do
-        with_faults "read:/environ:$error:all" --pid $$ get Video output --default 1
+        with_failing_calls "read:/environ:$error:all" --pid $$ get Video output --default 1
         [ "$status" = 3 ]
         [ "$output" = "stbconfig: process $$: $message" ] || { echo "$error: $output"; return 1; }
     done <<'END'
@@ -468,7 +457,7 @@ END
 @test "an error of a read is named with what to do" {
     while IFS='|' read -r error message; do
         holding '[a]' b=1
-        with_faults "read:/custom.conf:$error:all" get a b
+        with_failing_calls "read:/custom.conf:$error:all" get a b
         [ "$status" = 3 ]
         [ "$output" = "stbconfig: $custom: cannot be read: $message" ] || { echo "$error: $output"; return 1; }
     done <<'END'
@@ -480,9 +469,9 @@ END
 
 @test "a file system that cannot flush a directory is none that fails" {
     holding '[a]' b=1
-    with_faults fsync:/var:EINVAL:all set c changed 1
+    with_failing_calls fsync:/var:EINVAL:all set c changed 1
     [ "$status:$output" = 0: ]
-    with_faults fsync:/custom.conf:EINVAL:all set c changed 2
+    with_failing_calls fsync:/custom.conf:EINVAL:all set c changed 2
     [ "$status" = 4 ]
     [ "$output" = "stbconfig: $custom: written, but not flushed to the disk: Invalid argument; check the disk; after a power cut the change may be gone" ]
 }
@@ -490,12 +479,12 @@ END
 @test "a process that is killed while it writes is told with what the file holds then" {
     export FAULTS_RUN='kill -KILL $PPID'
     holding '[a]' b=1
-    with_faults write:NEW:run:1 set c changed 1
+    with_failing_calls write:NEW:run:1 set c changed 1
     [ "$status" = 4 ]
     [[ $output == "stbconfig: $custom: not saved: "*"; "* && $output != *"written, but"* ]] || { echo "$output"; return 1; }
     cmp "$box/before" "$custom"
     rm -f "$custom.lock"
-    with_faults fsync:/custom.conf:run:1 set c changed 1
+    with_failing_calls fsync:/custom.conf:run:1 set c changed 1
     [ "$status" = 4 ]
     [ "$output" = "stbconfig: $custom: written, but not proved: a process died of signal 9; see what the file holds, then try again" ] ||
         { echo "$output"; return 1; }
@@ -506,7 +495,7 @@ END
     holding '[a]' b=1
     export FAULTS_RUN='sleep 0.6'
     for call in write:NEW:run:1 fsync:/custom.conf:run:1; do # with its own lock, and without any
-        with_faults $call set c changed $call
+        with_failing_calls $call set c changed $call
         [ "$status:$output" = 0: ] || { echo "$call: $output"; return 1; }
     done
 }
@@ -516,7 +505,7 @@ END
     holding '[a]' b=1
     export FAULTS_RUN="grep 'core file' /proc/\$PPID/limits >>'$box/limits'"
     ulimit -Sc "$(ulimit -Hc)"
-    with_faults read:/custom.conf:run:all set a b 2
+    with_failing_calls read:/custom.conf:run:all set a b 2
     [ "$status" = 0 ]
     [ "$(tr -s ' ' <"$box/limits" | sort -u)" = "Max core file size 0 0 bytes " ]
 }

@@ -193,17 +193,6 @@ for line in sys.argv[1].splitlines():
     [ "$(fingerprint)" = "$(printf "$bytes" | sha256sum | cut -d' ' -f1)" ]
 }
 
-# Runs the command with failing calls; "faults.cpp" says what they look like.
-with_failing_calls()
-{
-    local wanted=$1
-    shift
-    [ -n "$FAULTS_LIBRARY" ] || skip "no library that makes calls fail"
-    [ -e /proc/self/fd/0 ] || skip "needs /proc"
-    ! grep -q __asan_init "$PROGRAM" || skip "the address sanitizer wants to be loaded first"
-    run env LD_PRELOAD="$FAULTS_LIBRARY" FAULTS="$wanted" "$STBCONFIG" "$@"
-}
-
 @test "a part of the report that dies is told, and the others are there" {
     printf '[A]\nb=1\n' >"$custom"
     export FAULTS_RUN='kill -9 $PPID'

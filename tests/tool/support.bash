@@ -10,6 +10,8 @@ setup()
     defaults=$box/etc/stbapp.conf
     export STBCONFIG_PERSISTENT_PREFIX=$box/var/ STBCONFIG_DEFAULTS_PREFIX=$box/etc/
     printf '[Video]\noutput=hdmi\n' >"$defaults"
+    # One whom no list names, and no other run of these tests on this machine uses.
+    user=$((10000 + $$ % 50000))
     [ -z "${PROFILES-}" ] || profile
 }
 
@@ -33,6 +35,26 @@ nested()
         yes '\0\0\0\x9\0\0\0\x1' | head -n 100000 | tr -d '\n'
         printf ')\n'
     } >"$1"
+}
+
+# Gives the directory of the custom file to a user.
+given_to()
+{
+    [ "$(id -u)" = 0 ] || skip "only root can give files to another user"
+    setpriv --reuid "$1" --clear-groups true 2>/dev/null || skip "root cannot become another user here"
+    chmod a+x "$BATS_RUN_TMPDIR" "$BATS_RUN_TMPDIR"/* "$BATS_TEST_TMPDIR" "$box"
+    chown -R "$1:$1" "$box/var"
+}
+
+# Runs the command with failing calls; "faults.cpp" says what they look like.
+with_failing_calls()
+{
+    local wanted=$1
+    shift
+    [ -n "$FAULTS_LIBRARY" ] || skip "no library that makes calls fail"
+    [ -e /proc/self/fd/0 ] || skip "needs /proc"
+    ! grep -q __asan_init "$PROGRAM" || skip "the address sanitizer wants to be loaded first"
+    run env LD_PRELOAD="$FAULTS_LIBRARY" FAULTS="$wanted" "$STBCONFIG" "$@"
 }
 
 # Given a status and a command's arguments, runs the command and expects the status.
