@@ -3,6 +3,8 @@
 
 # The version has one home, project(). Whatever repeats it, or is made from it, must agree.
 
+include("${CMAKE_CURRENT_LIST_DIR}/build.cmake")
+
 function(expect_version place actual expected)
   if(NOT actual STREQUAL expected)
     message(SEND_ERROR "${place}: \"${actual}\" instead of \"${expected}\"")
@@ -19,6 +21,9 @@ endfunction()
 
 expect_first_match(debian/changelog "stbconfig \\(([^)]+)\\)")
 expect_first_match(CHANGELOG.md "\n## \\[([^]]+)\\] ")
+file(GLOB recipe RELATIVE "${SOURCE_DIR}/packaging/yocto/recipes-support/stbconfig"
+  "${SOURCE_DIR}/packaging/yocto/recipes-support/stbconfig/*.bb")
+expect_version("packaging/yocto" "${recipe}" "stbconfig_${VERSION}.bb")
 
 string(REGEX MATCH "^[0-9]+" major "${VERSION}")
 file(READ_SYMLINK "${LIBRARY}" target)
@@ -28,8 +33,8 @@ expect_version("${LIBRARY}.${major}" "${target}" "lib${NAME}.so.${VERSION}")
 
 set(ENV{PKG_CONFIG_PATH}
   "${WORK_DIR}/installed/lib/pkgconfig:/usr/lib/${ARCHITECTURE}/pkgconfig")
-execute_process(COMMAND "${PKG_CONFIG}" --modversion "${NAME}"
-  OUTPUT_VARIABLE modversion OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+read_from(modversion "${PKG_CONFIG}" --modversion "${NAME}")
+string(STRIP "${modversion}" modversion)
 expect_version("pkg-config" "${modversion}" "${VERSION}")
 
 find_package(${NAME} QUIET CONFIG PATHS "${WORK_DIR}/installed" NO_DEFAULT_PATH)

@@ -1,3 +1,9 @@
+################################################################################
+#
+# stbconfig
+#
+################################################################################
+
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
 
@@ -19,6 +25,8 @@ STBCONFIG_CONF_OPTS = \
 
 ifeq ($(BR2_PACKAGE_STBCONFIG_TOOL),y)
 STBCONFIG_DEPENDENCIES += cli11
+STBCONFIG_LICENSE := $(STBCONFIG_LICENSE), BSD-3-Clause (command)
+STBCONFIG_LICENSE_FILES += LICENSES/BSD-3-Clause.txt
 STBCONFIG_CONF_OPTS += -DSTBCONFIG_BUILD_TOOLS=ON
 else
 STBCONFIG_CONF_OPTS += -DSTBCONFIG_BUILD_TOOLS=OFF

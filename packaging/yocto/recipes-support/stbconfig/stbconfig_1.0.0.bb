@@ -5,8 +5,14 @@ SUMMARY = "Settings of a set-top box application"
 DESCRIPTION = "The shared library through which a set-top box's application reads and writes its \
 settings, and a command for engineers"
 SECTION = "libs"
-LICENSE = "MIT"
-LIC_FILES_CHKSUM = "file://LICENSES/MIT.txt;md5=d1d645d1d189dc28f35506ff33bf15ba"
+# The command has CLI11 compiled in, which is BSD-3-Clause.
+LICENSE = "MIT & BSD-3-Clause"
+LICENSE:${PN} = "MIT"
+LICENSE:${PN}-dev = "MIT"
+LIC_FILES_CHKSUM = " \
+    file://LICENSES/MIT.txt;md5=d1d645d1d189dc28f35506ff33bf15ba \
+    file://LICENSES/BSD-3-Clause.txt;md5=cf9cab80b3b51a6feedb0fda56eafbc8 \
+"
 
 inherit cmake_qt5 externalsrc
 
