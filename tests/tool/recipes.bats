@@ -6,25 +6,6 @@
 
 load support
 
-# Three boxes, of which this is the first; ssh to one is a command in its place.
-fleet()
-{
-    mkdir "$box/bin" "$box/here"
-    for name in box1 box2 box3; do
-        mkdir -p "$box/$name"
-        cp "$defaults" "$box/$name/stbapp.conf"
-        printf '[Network]\nssid=living room\npsk=%s-secret\n[Video]\noutput=scart\n' $name >"$box/$name/custom.conf"
-    done
-    sed -i 's/scart/vga\nmode=1080p/' "$box/box3/custom.conf"
-    printf '[Video]\nmode=720p\n' >"$box/box2/custom.conf"
-    ln -s "$STBCONFIG" "$box/bin/stbconfig"
-    printf '#!/bin/sh\necho %s\n' $$ >"$box/bin/pidof" # this process is the application
-    printf '#!/bin/sh\nbox=$1\nshift\nSTBCONFIG_PERSISTENT_PREFIX=%s/$box/ STBCONFIG_DEFAULTS_PREFIX=%s/$box/ exec "$@"\n' \
-        "$box" "$box" >"$box/bin/ssh"
-    chmod +x "$box/bin/ssh" "$box/bin/pidof"
-    export PATH=$box/bin:$PATH STBCONFIG_PERSISTENT_PREFIX=$box/box1/ STBCONFIG_DEFAULTS_PREFIX=$box/box1/
-}
-
 @test "each recipe prints what the page says" {
     fleet
     cd "$box/here"
