@@ -13,8 +13,8 @@ endif()
 function(build name source)
   file(REMOVE_RECURSE "${WORK_DIR}/${name}")
   run("${CMAKE_COMMAND}" -S "${source}" -B "${WORK_DIR}/${name}" -G "${GENERATOR}"
-    "-DCMAKE_CXX_COMPILER=${COMPILER}" ${CROSS} -DCMAKE_BUILD_TYPE=Release
-    "-DCMAKE_CXX_FLAGS_RELEASE=-O2 -DNDEBUG" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON ${ARGN})
+    "-DCMAKE_CXX_COMPILER=${COMPILER}" ${CROSS} -C "${SOURCE_DIR}/cmake/hardened.cmake"
+    -DCMAKE_COMPILE_WARNING_AS_ERROR=ON ${ARGN})
   run("${CMAKE_COMMAND}" --build "${WORK_DIR}/${name}")
 endfunction()
 
@@ -29,5 +29,21 @@ function(run_built)
 endfunction()
 
 function(run)
-  execute_process(COMMAND ${ARGV} COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(COMMAND ${ARGV} RESULT_VARIABLE result)
+  expect_success("${result}" ${ARGV})
+endfunction()
+
+# Sets <variable> to what a command prints.
+function(read_from variable)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output)
+  expect_success("${result}" ${ARGN})
+  set(${variable} "${output}" PARENT_SCOPE)
+endfunction()
+
+# CMake can do this by itself from 3.19 on.
+function(expect_success result)
+  if(NOT result EQUAL 0)
+    list(JOIN ARGN " " command)
+    message(FATAL_ERROR "${result}: the status of ${command}")
+  endif()
 endfunction()

@@ -3,8 +3,9 @@
 
 # Compares what LIBRARY exports with the reviewed list, line by line. With ACCEPT, makes that list.
 
-execute_process(COMMAND "${NM}" --dynamic --demangle --defined-only --format=posix "${LIBRARY}"
-  OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
+include("${CMAKE_CURRENT_LIST_DIR}/build.cmake")
+
+read_from(symbols "${NM}" --dynamic --demangle --defined-only --format=posix "${LIBRARY}")
 # A line is "name type value size".
 string(REGEX REPLACE " [A-Za-z] [0-9a-f]+ [0-9a-f]*\n" "\n" symbols "${symbols}")
 string(STRIP "${symbols}" symbols)

@@ -8,8 +8,8 @@ include("${CMAKE_CURRENT_LIST_DIR}/build.cmake")
 
 set(ENV{PKG_CONFIG_PATH}
   "${WORK_DIR}/installed/lib/pkgconfig:/usr/lib/${ARCHITECTURE}/pkgconfig")
-execute_process(COMMAND "${PKG_CONFIG}" --cflags --libs "${NAME} >= 1.0"
-  OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+read_from(flags "${PKG_CONFIG}" --cflags --libs "${NAME} >= 1.0")
+string(STRIP "${flags}" flags)
 separate_arguments(flags UNIX_COMMAND "${flags}")
 
 set(directory "${WORK_DIR}/pkgconfig")
