@@ -38,8 +38,8 @@ def build():
                  "-fcoverage-mapping -mllvm -runtime-counter-relocation",
                  stdout=log, stderr=log)
             call("cmake", "--build", BUILD, "--target", "stbconfig_public_test", "stbconfig_private_test",
-                 "stbconfig_tool", "stbconfig_man", "faulty_calls", "provenance_test", "rawfile_test",
-                 stdout=log, stderr=log)
+                 "stbconfig_tool", "stbconfig_man", "faulty_calls", "upgraded",
+                 "description_test", "provenance_test", "rawfile_test", stdout=log, stderr=log)
         except subprocess.CalledProcessError:
             print((BUILD / "log").read_text(), file=sys.stderr)
             sys.exit("coverage: the tests: not built; see the messages above")

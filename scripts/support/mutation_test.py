@@ -27,7 +27,7 @@ import tempfile
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 WORK = ROOT / "build" / "mutation"
 COVERAGE = ROOT / "build" / "coverage"
-TOOL_PROGRAMS = ["provenance_test", "rawfile_test"]
+TOOL_PROGRAMS = ["description_test", "provenance_test", "rawfile_test"]
 
 # What is no statement, or none that can be left out by itself.
 DECLARATION = re.compile(r"(using|return|class|struct|enum|template|friend|static|public|private|"
@@ -188,7 +188,8 @@ class Workplace:
         run("cmake", "-S", self.source, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
             "-DCMAKE_UNITY_BUILD=ON", "-DSTBCONFIG_BUILD_EXAMPLES=OFF",
             "-DCMAKE_CXX_FLAGS=-Werror=return-type", "-DCMAKE_CXX_FLAGS_DEBUG=-O0")
-        if not self.builds("--target", "stbconfig_tool", "stbconfig_man", "faulty_calls", *TOOL_PROGRAMS):
+        if not self.builds("--target", "stbconfig_tool", "stbconfig_man", "faulty_calls", "upgraded",
+                           *TOOL_PROGRAMS):
             raise Misfit("the unchanged sources do not compile")
 
     def speed_up_tools(self):

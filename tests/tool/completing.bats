@@ -154,6 +154,7 @@ completes_lines()
     [ "$(offered set a/b --type b)" = bool ]
     [ "$(offered check --fail-on '')" = "error note warning" ]
     [ "$(offered completion '')" = "bash fish zsh" ]
+    [ "$(offered schema '')" = "conf header markdown new" ]
     [[ " $(offered get --pid '') " == *" $$ "* ]]
 }
 
@@ -208,6 +209,88 @@ completes_lines()
     [ "$(offered set Logging/level cr)" = critical ]
     [ "$(offered set Logging level cr)" = critical ]
     [ -z "$(offered set Video/output '')" ]
+}
+
+@test "the names that are described are offered, and set's values are those that are allowed" {
+    described '"Audio/mute": {"type": "bool", "default": false}' \
+        '"Audio/volume": {"type": "int", "maximum": 9, "default": 3, "was": ["Old/volume"]}' \
+        '"Audio/modes": {"type": "list", "values": ["a", "b", "c,d"], "default": ["b", "a"]}' \
+        '"Audio/odd": {"type": "list", "default": ["c,d"]}' '"Audio/out": {"values": ["hdmi", "scart"]}' \
+        '"Audio/door": {"default": "7", "secret": true}' '"Logging/level": {"values": ["info", "debug"]}'
+    [ "$(offered get '')" = "Audio/ Logging/ Profile/ Video/" ]
+    [ "$(offered set Audio/m)" = "Audio/modes Audio/mute" ]
+    [ "$(offered explain Audio vo)" = volume ]
+    [ "$(offered set Audio/mute '')" = "false true" ]
+    [ "$(offered set Audio volume '')" = 3 ]
+    [ "$(offered set Audio/modes '')" = "a b b,a c,d" ]
+    [ -z "$(offered set Audio/odd '')" ]
+    [ "$(offered set Audio/out s)" = scart ]
+    [ -z "$(offered set Audio/door '')" ]
+    [ "$(offered set Logging/level '')" = "debug info" ]
+    [ "$(offered logging level '')" = "debug info" ]
+    [ "$(offered logging jsonFormattingEnabled '')" = "false true" ]
+    # What only one file holds, and what no rule applies to.
+    [ -z "$(offered unset '')" ]
+    [ -z "$(offered set --storage s Audio/out '')" ]
+    [ "$(offered list --descr)" = --describe ]
+    [ "$(offered schema '')" = "conf header markdown new" ]
+}
+
+@test "--schema and --no-schema say what is offered, and a bad description offers nothing more" {
+    described '"A/b": {"values": ["x"]}'
+    printf '{"settings": {"A/c": {"values": ["y"]}}}' >"$box/other.json"
+    [ "$(offered --no-s)" = --no-schema ]
+    [ "$(offered get --schema "$box/ot")" = "$box/other.json" ]
+    [ "$(offered set A/b '')" = x ]
+    [ -z "$(offered --no-schema set A/b '')" ]
+    [ "$(offered set --schema "$box/other.json" A/)" = A/c ]
+    [ "$(offered "--schema=$box/other.json" set A/c '')" = y ]
+    for bad in '{' '' '{"settings": {"A/b": {"values": 1}}}'; do
+        printf '%s' "$bad" >"$box/etc/stbapp.schema.json"
+        [ -z "$("$STBCONFIG" complete -- set A/b '' 2>&1)" ]
+        [ "$(offered get V)" = Video/ ]
+    done
+    rm "$box/etc/stbapp.schema.json"
+    mkfifo "$box/etc/stbapp.schema.json"
+    [ "$(offered get V)" = Video/ ]
+}
+
+@test "a described name or value that a terminal would obey is not offered" {
+    described '"A/\u001b[2J": {}' '"A/b": {"values": ["\u202ex", "a\nb", "ok"], "default": "ok"}'
+    [ "$(offered get A/)" = A/b ]
+    [ "$(offered set A/b '')" = ok ]
+}
+
+# Given a shell, completes each described value after each kind of opening quote, and runs the line.
+survives_values()
+{
+    local shell=$1 quote i=0
+    local -a values=('$(touch PWNED)' ';touch PWNED' "it's" '"x" \y' '!x *')
+    for value in "${values[@]}"; do
+        described "\"A/\$(touch PWNED)\": {\"values\": [$(python3 -c 'import json, sys; print(json.dumps(sys.argv[1]))' "$value")]}"
+        mv "$box/etc/stbapp.schema.json" "$box/$i.json"
+        for quote in '' "'" '"'; do
+            echo "stbconfig set --schema ../$i.json A/"$'\t'" $quote"$'\t'" --dry-run >>$i 2>&1"
+        done
+        ((++i))
+    done >"$box/lines"
+    types "$shell" <"$box/lines"
+    [ ! -e "$box/here/PWNED" ]
+    while ((i-- > 0)); do
+        [[ $(uniq -c "$box/here/$i") == *" 3 would set A/\$(touch PWNED) to "* ]] || { cat "$box/here/$i"; return 1; }
+    done
+}
+
+@test "bash runs nothing of a described value, and completes it so that it means itself" {
+    survives_values bash
+}
+
+@test "zsh runs nothing of a described value, and completes it so that it means itself" {
+    survives_values zsh
+}
+
+@test "fish runs nothing of a described value, and completes it so that it means itself" {
+    survives_values fish
 }
 
 @test "files and directories are offered where a path is meant" {

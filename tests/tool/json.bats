@@ -131,6 +131,30 @@ says()
     holds explain 3 explain Video output
 }
 
+@test "explain and list --describe state what is described" {
+    described '"A/b": {"type": "int", "values": [1, 2], "default": 1, "description": "x\ny", "since": "2"}' \
+        '"A/l": {"type": "list", "values": ["p", "q"], "default": ["p", "q"]}' '"A/t": {"type": "bool", "default": true}' \
+        '"A/s": {"secret": true, "default": "hidden"}' '"A/n": {"type": "int", "minimum": -5, "maximum": 5}'
+    printf '[A]\nb=3\nl=p\nn=0\n' >"$custom"
+    holds explain 0 explain A b
+    says "d['described'] == {'setting': 'A/b', 'type': 'int', 'values': [1, 2], 'minimum': None, 'maximum': None, 'description': 'x\ny', 'default': 1, 'since': '2', 'breach': 'is none of 1, 2; use 2'}"
+    holds explain 0 explain A l
+    says "d['described']['values'] == ['p', 'q'] == d['described']['default'] and d['described']['breach'] is None"
+    holds explain 1 explain A t
+    says "d['described']['default'] is True and d['value'] is None and d['described']['since'] is None"
+    holds explain 1 explain A s
+    says "d['described']['default'] == '********'"
+    holds explain 0 explain A n
+    says "d['described']['minimum'] == -5 and d['described']['maximum'] == 5 and d['described']['default'] is None"
+    holds explain 0 explain Video output
+    says "'described' not in d"
+    holds list-describe 0 list --describe
+    says "[row['setting'] for row in d] == ['A/b', 'A/l', 'A/n', 'A/s', 'A/t', 'Video/output']"
+    says "d[0]['origin'] == 'CustomConfPersistent' and d[3]['origin'] is None and d[5]['described'] is None"
+    holds list 0 list
+    says "len(d) == 4"
+}
+
 @test "list states each setting, its value and its origin" {
     printf '[A]\nb=1, 2\n' >"$custom"
     printf '[A]\nc=1\n' >"$box/var/epg.db"
@@ -232,6 +256,21 @@ says()
     says "d == []"
 }
 
+@test "migrate states what it takes over and what it removes, in a dry run too" {
+    echo '{"settings": {"A/n": {"type": "int", "was": [{"name": "B/n", "values": {"x": 1}}]}, "A/l": {"type": "list", "was": ["B/l"]}, "A/pin": {"was": ["B/p"]}}}' \
+        >"$box/etc/stbapp.schema.json"
+    for change in --dry-run ""; do
+        printf '[B]\nl=1, 2\nn=x\np=4711\n' >"$custom"
+        holds migrate 0 migrate $change
+        says "d == [{'setting': 'A/l', 'state': 'migrated', 'oldName': 'B/l', 'value': ['1', '2'], 'old': ['1', '2']}, {'setting': 'A/n', 'state': 'migrated', 'oldName': 'B/n', 'value': 1, 'old': 'x'}, {'setting': 'A/pin', 'state': 'migrated', 'oldName': 'B/p', 'value': '********', 'old': '********'}]"
+        printf '[A]\nn=1\n[B]\nn=x\n' >"$custom"
+        holds migrate 0 migrate --prune $change
+        says "d == [{'setting': 'A/n', 'state': 'removed', 'oldName': 'B/n', 'value': None, 'old': 'x'}]"
+    done
+    holds migrate 0 migrate
+    says "d == []"
+}
+
 @test "logging states what the reader takes and from where" {
     holds logging 0 logging
     says "d[1] == {'name': 'responseLengthLimit', 'effective': 0, 'meaning': None, 'stored': None, 'source': 'built in'}"
@@ -291,6 +330,12 @@ found()
         echo foreign-owner >>"$box/found" # cannot be made here
     fi
     [ "$QT_MAJOR" = 5 ] || echo non-ascii >>"$box/found" # is nothing to be warned of
+    printf '{"settings": {"A/n": {"type": "int", "was": ["A/o"]}, "B/n": {"was": ["B/o"]}}}' >"$box/etc/stbapp.schema.json"
+    printf '[A]\nn=x\no=1\nm=1\n[B]\no=1\n' >"$custom"
+    found 1
+    echo '{' >"$box/etc/stbapp.schema.json"
+    found 3
+    rm "$box/etc/stbapp.schema.json"
     # As the command itself lists them.
     diff <(sed -n 's/^ *{"\(.*\)", Severity::.*/\1/p' "$BATS_TEST_DIRNAME/../../tools/stbconfig/check/finding.cpp" | sort) \
         <(sort -u "$box/found")

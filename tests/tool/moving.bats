@@ -434,36 +434,31 @@ kept   Network/ssid   home from CustomConfPersistent" ] || { echo "$output"; ret
 }
 
 
-# For each of the commands that move settings, runs a shell's words in a mount namespace of its own.
+# Expects of each of the commands that move settings what ends_with_4 expects.
 each_ends_with_4()
 {
-    local preparation=$1 message=$2
-    requires_namespaces
     printf '[new]\nx=1\n' >"$box/given"
     for words in "import $box/given" "import --replace $box/given" reset "reset Video" "reset --keep Video"; do
         rm -f "$custom"
         filled
-        run unshare -m sh -c "$preparation"'; command=$2; box=$1; shift 2; "$command" "$@"; s=$?
-            cmp -s "$box/before" "$box/var/custom.conf" && echo "as it was"; exit $s' - "$box" "$STBCONFIG" $words
-        [ "$status" = 4 ] && [[ $output == *"$message"*"as it was"* ]] || { echo "$words: $status: $output"; return 1; }
+        ends_with_4 "$@" $words
     done
 }
 
 @test "a full file system ends each of them with the old file" {
-    each_ends_with_4 'mount -t tmpfs -o size=16k none "$1/var" && cp -p "$1/before" "$1/var/custom.conf"
-        cat /dev/zero >"$1/var/fill" 2>/dev/null' "file system is full"
+    each_ends_with_4 "$full_disk" "file system is full"
 }
 
 @test "a read-only file system ends each of them with the old file" {
-    each_ends_with_4 'mount --bind "$1/var" "$1/var" && mount -o remount,bind,ro "$1/var"' "read-only file system"
+    each_ends_with_4 "$read_only_disk" "read-only file system"
 }
 
 @test "a file that is mounted alone ends each of them with the old file" {
-    each_ends_with_4 'cp "$1/before" "$1/other"; mount --bind "$1/other" "$1/var/custom.conf"' "mount point"
+    each_ends_with_4 "$mount_of_the_file" "mount point"
 }
 
 @test "a file system without an inode left ends each of them with the old file" {
-    each_ends_with_4 'mount -t tmpfs -o nr_inodes=2 none "$1/var" && cp "$1/before" "$1/var/custom.conf"' "not saved: "
+    each_ends_with_4 "$no_inode" "not saved: "
 }
 
 @test "a lock, another owner and a missing permission end each of them with the old file" {

@@ -1,9 +1,11 @@
 #!/usr/bin/python3
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
-"""Usage: moving.py settings|kills COMMAND FOLDER ROUNDS [SEED]
+"""Usage: moving.py settings|kills|versions|migration-kills COMMAND FOLDER ROUNDS [SEED]
 settings: random settings move from box to box, are reset and come back.
-kills: SIGKILL at random moments of an import or a reset leaves the old file or the new one."""
+kills: SIGKILL at random moments of an import or a reset leaves the old file or the new one.
+versions: random settings have other names, values and types in each version of an application.
+migration-kills: the same as kills, of a migration and of its prune."""
 import json
 import os
 import pathlib
@@ -44,6 +46,10 @@ class Box:
         done = self.run(*words, given=given)
         require(done.returncode == 0, f"{words}: status {done.returncode}: {done.stderr.decode()[-2000:]}")
         return done.stdout
+
+    def describe(self, settings):
+        text = json.dumps({"settings": settings})
+        (self.folder / "etc/stbapp.schema.json").write_text(text, encoding="ascii")
 
     def listed(self):
         done = self.run("list", "--from", "custom", "--json", "--show-secrets")
@@ -154,23 +160,19 @@ def check_settings(number, count):
     require(not near.left() and not far.left(), "a scratch directory stays")
 
 
-def check_kills():
-    box = Box("killed")
-    old = file_of(random_settings(40))
-    box.custom.write_bytes(old)
-    given = FOLDER / "given.conf"
-    given.write_bytes(file_of(random_settings(40)))
-    commands = {("import", str(given)): None, ("reset", "--keep", "*a*"): None, ("import", "--replace", str(given)): None}
-    longest = 0
-    for words in commands:
+def check_kills(box, commands):
+    """Takes each command with the file that it finds."""
+    new, longest = {}, 0
+    for words, old in commands.items():
         box.custom.write_bytes(old)
         begin = time.monotonic()
         box.does(*words)
         longest = max(longest, time.monotonic() - begin)
-        commands[words] = box.custom.read_bytes()
+        new[words] = box.custom.read_bytes()
+        require(new[words] != old, f"{words}: changes nothing")
     found = {"old": 0, "new": 0}
     for number in range(ROUNDS):
-        words = list(commands)[number % len(commands)]
+        words, old = list(commands.items())[number % len(commands)]
         box.custom.write_bytes(old)
         ours, theirs = os.pipe()
         process = box.start(*words, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, pass_fds=[theirs])
@@ -181,17 +183,146 @@ def check_kills():
         os.read(ours, 1)  # ends when its children have died too, which may still write
         os.close(ours)
         now = box.custom.read_bytes()
-        require(now in (old, commands[words]), f"round {number}: {words} leaves neither the old file nor the new one")
+        require(now in (old, new[words]), f"round {number}: {words} leaves neither the old file nor the new one")
         found["old" if now == old else "new"] += 1
         require(not box.left(), f"round {number}: {words} leaves {box.left()}")
+        lock = box.folder / "var/custom.conf.lock"
+        if lock.exists() and lock.stat().st_size == 0:
+            hour_ago = time.time() - 3600
+            os.utime(lock, (hour_ago, hour_ago))  # it holds a write only as long as it is new
         box.does(*words)
-        require(box.custom.read_bytes() == commands[words], f"round {number}: a second run does not complete")
+        require(box.custom.read_bytes() == new[words], f"round {number}: a second run does not complete")
     print(found)
+
+
+def check_moving_kills():
+    old = file_of(random_settings(40))
+    given = FOLDER / "given.conf"
+    given.write_bytes(file_of(random_settings(40)))
+    check_kills(Box("killed"), {words: old for words in (
+        ("import", str(given)), ("reset", "--keep", "*a*"), ("import", "--replace", str(given)))})
+
+
+def check_migration_kills():
+    box = Box("killed")
+    settings = random_settings(40)
+    described = {f"Today/{number}": {"type": "list" if isinstance(value, list) else "text", "was": [name]}
+                 for number, (name, value) in enumerate(settings.items())}
+    box.describe(described)
+    migrated = {**settings, **{name: settings[each["was"][0]] for name, each in described.items()}}
+    check_kills(box, {("migrate",): file_of(settings), ("migrate", "--prune"): file_of(migrated)})
+
+
+def text_of(value):
+    return value if isinstance(value, (str, list)) else json.dumps(value)
+
+
+def random_domain():
+    """A type, and some of its values."""
+    kind = CHANCE.choice(["text", "int", "bool", "list"])
+    if kind == "bool":
+        return kind, [True, False]
+    if kind == "list":
+        return kind, [[word(4), word(4)] for _ in range(3)]
+    if kind == "int":
+        return kind, CHANCE.sample([-2**31, -7, 0, 1, 30, 100, 2**31 - 1], 3)
+    return kind, sorted({word(6) for _ in range(4)})
+
+
+class Evolving:
+    """A setting, as each version of an application knows it."""
+
+    def __init__(self, versions, taken):
+        self.names, self.domains, values = [], [], []
+        for version in range(versions):
+            is_renamed = version == 0 or CHANCE.random() < .6
+            name = self.names[-1] if not is_renamed else random_name()
+            while is_renamed and name in taken:
+                name = random_name()
+            taken.add(name)
+            domain = self.domains[-1] if version else random_domain()
+            if version == 0:
+                values = [list(domain[1])]  # each value of the first version, and what becomes of it
+            elif is_renamed and domain[0] != "list" and CHANCE.random() < .5:
+                domain = random_domain()
+                fate = {text_of(value): CHANCE.choice(domain[1]) for value in self.domains[-1][1]}
+                values.append([fate[text_of(value)] for value in values[-1]])
+            elif is_renamed and domain[0] in ("int", "bool") and CHANCE.random() < .3:
+                domain = "text", [text_of(value) for value in domain[1]]
+                values.append([text_of(value) for value in values[-1]])
+            else:
+                values.append(values[-1])
+            self.names.append(name)
+            self.domains.append(domain)
+        self.chosen = CHANCE.randrange(len(values[0]))
+        self.fates = values
+
+    def held(self, version):
+        return text_of(self.fates[version][self.chosen])
+
+    def described(self, version):
+        kind, allowed = self.domains[version]
+        result = {"type": kind, "was": []}
+        if kind in ("text", "int"):
+            result["values"] = allowed
+        for older in reversed(range(version)):
+            if self.names[older] in self.names[older + 1:version + 1]:
+                continue
+            table = {text_of(old): new for old, new in self.table(older, version)} \
+                if self.domains[older][0] != "list" else {}
+            is_same = all(old == text_of(new) for old, new in table.items())
+            result["was"].append(self.names[older] if is_same else {"name": self.names[older], "values": table})
+        return result
+
+    def table(self, older, version):
+        return zip(self.fates[older], self.fates[version])
+
+
+def check_versions(number, count):
+    near, far = Box(f"near{number}"), Box(f"far{number}")
+    last = CHANCE.randint(1, 3)
+    taken = {"Noise/a", "Video/output"}
+    settings = [Evolving(last + 1, taken) for _ in range(count)]
+    old = {"Noise/a": "1", **{setting.names[0]: setting.held(0) for setting in settings if CHANCE.random() < .8}}
+    kept = [setting for setting in settings if setting.names[0] in old]
+    near.custom.write_bytes(file_of(old))
+    far.custom.write_bytes(file_of(old))
+
+    def describe(box, version):
+        box.describe({setting.names[version]: setting.described(version) for setting in settings})
+
+    for version in range(1, last + 1):
+        describe(near, version)
+        told = near.does("migrate", "--dry-run", "--json")
+        require(near.does("migrate", "--json") == told, "a dry run says something else than the real one")
+        held = near.listed()
+        for setting in kept:
+            for each in range(version + 1):
+                require(held.get(setting.names[each]) == setting.held(each),
+                        f"{setting.names[each]}: version {each + 1} reads another value after version {version + 1}")
+    describe(far, last)
+    far.does("migrate")
+    today = {setting.names[last]: setting.held(last) for setting in kept}
+    require(far.listed() == {**old, **today}, "a run over several versions differs from one run each")
+    for words in ("migrate",), ("migrate", "--prune"):
+        near.does(*words)
+        far.does(*words)
+        inode = near.custom.stat().st_ino
+        require(near.does(*words) == b"", f"{words}: a second run says that something changes")
+        require(near.custom.stat().st_ino == inode, f"{words}: a second run writes")
+    require(near.listed() == far.listed() == {"Noise/a": "1", **today}, "a prune leaves or takes something else")
+    require(not near.left() and not far.left(), "a scratch directory stays")
 
 
 print("seed", SEED)
 if MODE == "kills":
-    check_kills()
+    check_moving_kills()
+elif MODE == "migration-kills":
+    check_migration_kills()
+elif MODE == "versions":
+    for each in range(ROUNDS):
+        check_versions(each, CHANCE.randint(1, 30))
+    check_versions(ROUNDS, 2000)
 else:
     for each in range(ROUNDS):
         check_settings(each, CHANCE.randint(1, 30))

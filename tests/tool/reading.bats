@@ -49,7 +49,7 @@ load support
 
 @test "misuse of each command is status 2" {
     for command in get explain "list a b" "diff a b" set unset "logging level" "locale x" \
-        "locations x" "check x" "completion csh" nonsense; do
+        "locations x" "check x" "completion csh" schema "schema xml" nonsense; do
         expect 2 $command
         [ "${#lines[@]}" = 1 ]
     done
@@ -305,6 +305,7 @@ on_terminal()
     [ "$output" = hdmi ]
     [ -s "$box/installed/share/man/man1/stbconfig.1" ]
     [ -s "$box/installed/share/man/man5/stbapp.conf.5" ]
+    [ -s "$box/installed/share/man/man5/stbapp.schema.json.5" ]
     [ -s "$box/installed/share/man/man7/stbconfig-recipes.7" ]
 }
 

@@ -57,6 +57,32 @@ with_failing_calls()
     run env LD_PRELOAD="$FAULTS_LIBRARY" FAULTS="$wanted" "$STBCONFIG" "$@"
 }
 
+# What prepares a mount namespace in which the custom file cannot be written. "$1" is the box.
+full_disk='mount -t tmpfs -o size=16k none "$1/var" && cp -p "$1/before" "$1/var/custom.conf"
+    cat /dev/zero >"$1/var/fill" 2>/dev/null'
+read_only_disk='mount --bind "$1/var" "$1/var" && mount -o remount,bind,ro "$1/var"'
+mount_of_the_file='cp "$1/before" "$1/other"; mount --bind "$1/other" "$1/var/custom.conf"'
+no_inode='mount -t tmpfs -o nr_inodes=2 none "$1/var" && cp "$1/before" "$1/var/custom.conf"'
+
+# Given a shell's words that prepare a mount namespace, a message and a command's arguments, runs the
+# command there and expects status 4, the message, and the custom file as it is kept in "before".
+ends_with_4()
+{
+    local preparation=$1 message=$2
+    shift 2
+    requires_namespaces
+    run unshare -m sh -c "$preparation"'; command=$2; box=$1; shift 2; "$command" "$@"; s=$?
+        cmp -s "$box/before" "$box/var/custom.conf" && echo "as it was"; exit $s' - "$box" "$STBCONFIG" "$@"
+    [ "$status" = 4 ] && [[ $output == *"$message"*"as it was"* ]] || { echo "$*: $status: $output"; return 1; }
+}
+
+# Describes settings, each as JSON has it.
+described()
+{
+    local IFS=,
+    printf '{"settings": {%s}}\n' "$*" >"$box/etc/stbapp.schema.json"
+}
+
 # Given a status and a command's arguments, runs the command and expects the status.
 expect()
 {

@@ -24,6 +24,10 @@ load support
     expect 0 set Text list a,b --type list
     expect 0 get Text list
     [ "$output" = $'a\nb' ]
+    for list in 'a,' ,a , 'a,,b,' ,,; do
+        expect 0 set Text list "$list" --type list
+        [ "$("$STBCONFIG" get -0 Text list | tr '\0' ,)" = "$list," ]
+    done
     expect 0 set Text at @x
     expect 0 get Text at
     [ "$output" = @x ]

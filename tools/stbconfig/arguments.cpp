@@ -162,6 +162,10 @@ CommandLine::CommandLine()
         ->default_str(STBCONFIG_DEFAULTS_PREFIX);
     wordOf(m_app.get(), "--root", "directory of an unpacked image; leaves the environment out",
            [&places](const QString &word) { places.root = word; });
+    description::Choice &description = m_arguments.description;
+    wordOf(m_app.get(), "--schema", "description of the settings, if not beside stbapp.conf",
+           [&description](const QString &word) { description.file = word; })
+        ->excludes(m_app->add_flag("--no-schema", description.isNone, "no description"));
     m_app->add_flag("--as-root", places.asRoot,
                     "root stays root in another user's directory, which it trusts");
 
@@ -298,6 +302,12 @@ void Command::addRule(std::function<void()> rule) const
 void Command::addPreparation(std::function<void(const Places &)> preparation) const
 {
     m_line.m_prepare = std::move(preparation);
+}
+
+void Command::treatBadDescription(BadDescription treatment) const
+{
+    m_app->preparse_callback(
+        [&line = m_line, treatment](size_t) { line.m_badDescription = treatment; });
 }
 
 void Command::runAtOnce(std::function<void()> run) const

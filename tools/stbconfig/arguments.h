@@ -11,6 +11,7 @@
 #include "problem.h"
 #include "provenance.h"
 #include "save.h"
+#include "source.h"
 #include "value.h"
 
 #include <functional>
@@ -28,6 +29,7 @@ struct Arguments
 {
     Places places;
     EnvironmentChoice environment;
+    description::Choice description;
     output::Format format;
     bool verbose = false;
 };
@@ -37,6 +39,15 @@ struct Context
 {
     const Arguments &arguments;
     const Files &files;
+    const Description &description;
+    const std::optional<Problem> &descriptionProblem; // why it could not be read
+};
+
+// What a command does about a description that cannot be read.
+enum class BadDescription {
+    Noted, // and does its work without one
+    Found, // as a part of what it answers
+    Refused
 };
 
 // The positional words of a command that name a setting, and the value behind them.
@@ -95,6 +106,8 @@ public:
     void addRule(std::function<void()> rule) const;
     /// What comes before the run, while the process is still who has started it: see identity.h.
     void addPreparation(std::function<void(const Places &)> preparation) const;
+    /// What it does about a bad description; says that it is bad if it is told nothing.
+    void treatBadDescription(BadDescription treatment) const;
     /// What the command does in place of a run, before any file is looked at.
     void runAtOnce(std::function<void()> run) const;
 
@@ -129,6 +142,7 @@ public:
     bool isWriter() const { return m_isWriter; }
     /// The storage that it was told to work on.
     std::optional<QString> storage() const { return m_storage ? m_storage->name : std::nullopt; }
+    BadDescription badDescription() const { return m_badDescription; }
     void prepare() const;
     ExitStatus run(const Context &context) const { return m_run(context); }
 
@@ -142,6 +156,7 @@ private:
     Run m_run;
     std::function<void(const Places &)> m_prepare;
     bool m_isWriter = false;
+    BadDescription m_badDescription = BadDescription::Noted;
     const StorageChoice *m_storage = nullptr;
 };
 

@@ -35,11 +35,23 @@ struct Entry
 };
 
 constexpr Entry table[] = {
-    {"get", addGet},           {"explain", addExplain}, {"list", addList},
-    {"diff", addDiff},         {"set", addSet},         {"unset", addUnset},
-    {"export", addExport},     {"import", addImport},   {"reset", addReset},
-    {"logging", addLogging},   {"locale", addLocale},   {"locations", addLocations},
-    {"check", addCheck},       {"report", addReport},   {"completion", addCompletion},
+    {"get", addGet},
+    {"explain", addExplain},
+    {"list", addList},
+    {"diff", addDiff},
+    {"set", addSet},
+    {"unset", addUnset},
+    {"export", addExport},
+    {"import", addImport},
+    {"reset", addReset},
+    {"migrate", addMigrate},
+    {"schema", addSchema},
+    {"logging", addLogging},
+    {"locale", addLocale},
+    {"locations", addLocations},
+    {"check", addCheck},
+    {"report", addReport},
+    {"completion", addCompletion},
     {"complete", addComplete},
 };
 
@@ -66,6 +78,27 @@ void notePrefix(const QString &prefix, const char *file)
                   {}});
 }
 
+// A bad description is no reason to hide a value from who looks for a fault.
+std::optional<Problem> loadDescription(const CommandLine &line, const Files &files,
+                                       Description &description)
+{
+    const Arguments &arguments = line.arguments();
+    try {
+        description = description::load(arguments.description, files, arguments.places.asRoot);
+    } catch (const Failure &failure) {
+        // A named storage is not described, and so a change of it needs no description.
+        const bool isNeeded = !line.isWriter() || !line.storage();
+        if (line.badDescription() == BadDescription::Refused && isNeeded)
+            throw;
+        if (line.badDescription() != BadDescription::Found)
+            output::note(failure.problem);
+        names::doubtSecrets();
+        return failure.problem;
+    }
+    names::describe(description.names(), description.secrets());
+    return {};
+}
+
 // In a child, since files, other processes and other users' directories may do anything to it.
 QByteArray runCommand(const CommandLine &line)
 {
@@ -85,7 +118,9 @@ QByteArray runCommand(const CommandLine &line)
     int status = Done;
     Problem problem;
     try {
-        status = line.run({arguments, files});
+        Description description;
+        const auto badDescription = loadDescription(line, files, description);
+        status = line.run({arguments, files, description, badDescription});
     } catch (const Failure &failure) {
         status = failure.status;
         problem = failure.problem;

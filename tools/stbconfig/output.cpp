@@ -174,6 +174,8 @@ void table(const QVector<Row> &rows)
         if (limit > 1 && columns(text) > limit)
             text = shortened(text, limit - 1) + QChar(0x2026);
         line(text);
+        for (const QString &each : row.below)
+            line(each);
     }
 }
 
@@ -229,19 +231,29 @@ void line(const QString &text, const QString &emphasised)
 
 void paragraph(const QString &text)
 {
-    const QString indent(2, ' ');
-    QString current;
+    const QStringList all = wrapped(text, 0, 2);
+    for (const QString &each : all)
+        line(each);
+}
+
+QStringList wrapped(const QString &text, int indent, int further)
+{
+    QStringList result;
+    QString current(indent, ' ');
+    bool isBegun = false;
     const QStringList words = text.split(' ');
     for (const QString &word : words) {
-        const QString longer = current.isEmpty() ? word : current + ' ' + word;
-        if (columns(longer) < widest || current.isEmpty()) {
+        const QString longer = isBegun ? current + ' ' + word : current + word;
+        if (columns(longer) < widest || !isBegun) {
             current = longer;
+            isBegun = true;
             continue;
         }
-        line(current);
-        current = indent + word;
+        result.append(current);
+        current = QString(indent + further, ' ') + word;
     }
-    line(current);
+    result.append(current);
+    return result;
 }
 
 QString indented(const QString &text, int indent)
@@ -293,7 +305,8 @@ QString safe(const QString &text) { return printable(QString(text).replace('\\',
 bool isMasked(const Setting &setting, const QVariant &value, const Format &format)
 {
     return !format.showSecrets
-        && (setting.isSecret() || (format.isForOthers && value::holdsSecret(value)));
+        && (setting.isSecret()
+            || (format.isForOthers && (names::areSecretsDoubtful() || value::holdsSecret(value))));
 }
 
 QString shown(const Setting &setting, const QVariant &value, const Format &format)

@@ -35,6 +35,8 @@ void line(const QString &text, const QString &emphasised = {});
 /// Words that follow each other with a blank, in lines that end before the 80th column; from the
 /// second line on they are indented.
 void paragraph(const QString &text);
+/// The same, as lines to be printed: all of them are indented, and from the second one on further.
+QStringList wrapped(const QString &text, int indent, int further);
 /// The text, moved to the right by so many columns, or by as many as the 80 leave.
 QString indented(const QString &text, int indent);
 void object(const QJsonObject &object);
@@ -45,6 +47,7 @@ struct Row
     QJsonValue json;
     QStringList cells; // for a person, safe to show
     QStringList fields; // for a script, as they are
+    QStringList below = {}; // lines for a person, under those of a table
 };
 
 /// Rows as a table, as records of fields with NUL at their ends, or as a JSON array.

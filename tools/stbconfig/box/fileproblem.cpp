@@ -45,17 +45,16 @@ Problem unreadable(const QString &file, int error)
                      : "check the path and the disk"};
 }
 
-std::optional<Problem> ofKind(const QString &file, const struct stat &status)
+std::optional<Problem> ofKind(const QString &file, const struct stat &status, qint64 largest)
 {
     if (!S_ISREG(status.st_mode)) {
         return Problem{file, QString("not a file but ") + kindOf(status.st_mode), "move it away"};
     }
-    if (status.st_size > largestFile) {
-        return Problem{file,
-                       QString("too large: %1 bytes, at most %2 are read")
-                           .arg(status.st_size)
-                           .arg(largestFile),
-                       "look at what it holds, or move it away"};
+    if (status.st_size > largest) {
+        return Problem{
+            file,
+            QString("too large: %1 bytes, at most %2 are read").arg(status.st_size).arg(largest),
+            "look at what it holds, or move it away"};
     }
     return {};
 }
@@ -74,21 +73,21 @@ std::optional<Problem> ofLink(const QString &file, const QString &root)
 
 } // namespace
 
-std::optional<Problem> ofOpening(const QString &file, const QString &root)
+std::optional<Problem> ofOpening(const QString &file, const QString &root, qint64 largest)
 {
     if (auto problem = ofLink(file, root))
         return problem;
     struct stat status = {};
     const QByteArray path = QFile::encodeName(file);
     if (uninterrupted([&] { return stat(path.constData(), &status); }) == 0)
-        return ofKind(file, status);
+        return ofKind(file, status, largest);
     return errno == ENOENT ? std::nullopt : std::optional(unreadable(file, errno));
 }
 
-Contents read(const QString &file, const QString &root)
+Contents read(const QString &file, const QString &root, qint64 largest)
 {
     Contents contents;
-    contents.problem = ofOpening(file, root);
+    contents.problem = ofOpening(file, root, largest);
     if (contents.problem)
         return contents;
     // Never waits, whatever has taken the file's place by now.
@@ -103,14 +102,33 @@ Contents read(const QString &file, const QString &root)
     contents.exists = true;
     struct stat status = {};
     contents.problem = uninterrupted([&] { return fstat(descriptor.number, &status); }) == 0
-        ? ofKind(file, status)
+        ? ofKind(file, status, largest)
         : unreadable(file, errno);
     if (contents.problem)
         return contents;
     contents.bytes.reserve(static_cast<int>(status.st_size));
-    if (const int error = readAll(descriptor.number, contents.bytes, largestFile))
+    if (const int error = readAll(descriptor.number, contents.bytes, largest))
         contents.problem = unreadable(file, error);
     return contents;
+}
+
+Contents readAsOwner(const QString &file, const QString &root, qint64 largest)
+{
+    if (geteuid() != 0)
+        return read(file, root, largest);
+    constexpr std::chrono::seconds limit(20);
+    const child::End end = child::run(limit, [&] {
+        identity::becomeOwner(QStringList{file});
+        const Contents contents = read(file, root, largest);
+        if (contents.problem)
+            throw Failure{CannotRead, *contents.problem};
+        return contents.exists ? '+' + contents.bytes : QByteArray();
+    });
+    if (end.failure)
+        return {true, {}, end.failure->problem};
+    if (end.how != child::End::Returned)
+        throw Failure{CannotRead, {file, end.why, "try again"}};
+    return {!end.result.isEmpty(), end.result.mid(1), {}};
 }
 
 std::optional<Problem> ofWhatWasRead(const QString &file, const QByteArray &bytes, bool isValid,

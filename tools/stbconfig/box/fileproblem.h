@@ -25,12 +25,17 @@ struct Contents
     std::optional<Problem> problem;
 };
 
-/// Reads a regular file; anything else is a problem at once and is never waited for. With a root,
-/// a link that leads out of it is one too.
-Contents read(const QString &file, const QString &root = {});
+/// Reads a regular file of so many bytes; anything else is a problem at once and is never waited for.
+/// With a root, a link that leads out of it is one too.
+Contents read(const QString &file, const QString &root = {}, qint64 largest = largestFile);
+
+/// The same, but root reads the file as the first other user on the way to it, so that nobody's link
+/// lets root tell what is root's. Ends with CannotRead if the process that does this ends early.
+Contents readAsOwner(const QString &file, const QString &root = {}, qint64 largest = largestFile);
 
 /// As read(), but looks only at what the file is: whether it can be opened without harm.
-std::optional<Problem> ofOpening(const QString &file, const QString &root = {});
+std::optional<Problem> ofOpening(const QString &file, const QString &root = {},
+                                 qint64 largest = largestFile);
 
 /// The lines that make the file malformed, or that the library read nothing of it although it holds
 /// entries, as after an error of the disk that it overlooks.

@@ -80,6 +80,8 @@ QString Files::customFile() const { return m_persistentPrefix + names::customFil
 
 QString Files::defaultsFile() const { return m_defaultsPrefix + names::defaultsFile; }
 
+QString Files::descriptionFile() const { return m_defaultsPrefix + names::descriptionFile; }
+
 QString Files::storageFile(const QString &name) const
 {
     return m_persistentPrefix + name + names::storageSuffix;

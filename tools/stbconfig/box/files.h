@@ -30,6 +30,7 @@ public:
 
     QString customFile() const;
     QString defaultsFile() const;
+    QString descriptionFile() const;
     QString storageFile(const QString &name) const;
     /// The file that a command with this --storage reads and writes.
     QString writtenFile() const { return m_storage ? storageFile(*m_storage) : customFile(); }

@@ -40,10 +40,12 @@ Size distance(const QString &a, const QString &b, Size limit)
     for (Size i = 1; i <= height; ++i) {
         before.swap(above);
         above.swap(row);
-        std::fill(row.begin(), row.end(), limit + 1);
-        row[0] = i;
+        const Size first = std::max<Size>(1, i - limit);
         const Size last = std::min(width, i + limit);
-        for (Size j = std::max<Size>(1, i - limit); j <= last; ++j) {
+        row[static_cast<size_t>(first) - 1] = first == 1 ? i : limit + 1;
+        if (last < width)
+            row[static_cast<size_t>(last) + 1] = limit + 1; // for the next row
+        for (Size j = first; j <= last; ++j) {
             const auto cell = static_cast<size_t>(j);
             const Size change = left[i - 1] == right[j - 1] ? 0 : 1;
             row[cell] = std::min({above[cell] + 1, row[cell - 1] + 1, above[cell - 1] + change});
@@ -51,8 +53,9 @@ Size distance(const QString &a, const QString &b, Size limit)
                 row[cell] = std::min(row[cell], before[cell - 2] + 1);
         }
         // A swap leads past one row, hence both.
-        const auto least = [](const std::vector<Size> &cellsOfRow) {
-            return *std::min_element(cellsOfRow.cbegin(), cellsOfRow.cend());
+        const auto least = [first, last](const std::vector<Size> &cellsOfRow) {
+            return *std::min_element(cellsOfRow.cbegin() + first - 1,
+                                     cellsOfRow.cbegin() + last + 1);
         };
         if (least(row) > limit && least(above) > limit)
             return limit + 1;
@@ -72,6 +75,20 @@ QStringList wordsOf(const QString &name)
     return words;
 }
 
+// Of the whole process, so that no command can forget to mask a value.
+struct DescribedNames
+{
+    QStringList all;
+    QSet<QString> secretVariables;
+    bool isUnknown = false;
+};
+
+DescribedNames &describedNames()
+{
+    static DescribedNames names;
+    return names;
+}
+
 } // namespace
 
 Setting Setting::named(const QString &name)
@@ -89,6 +106,11 @@ QString Setting::variable() const
 
 bool Setting::isSecret() const
 {
+    // Whoever asks for "user/WIFI" or "User//wifi" gets what is kept for "User/wifi": the variable, or
+    // the entry.
+    const QSet<QString> &described = describedNames().secretVariables;
+    if (!described.isEmpty() && described.contains(named(names::asStored(name())).variable()))
+        return true;
     const QStringList words = wordsOf(name());
     // Long words whatever is around them; short ones as a whole or at the end: "userpin" is meant,
     // "mapping" is not.
@@ -114,6 +136,20 @@ QStringList ofTheLibrary()
         result.append(Setting{loggingGroup, key}.name());
     return result;
 }
+
+void describe(const QStringList &all, const QSet<QString> &secrets)
+{
+    QSet<QString> variables;
+    for (const QString &name : secrets)
+        variables.insert(Setting::named(name).variable());
+    describedNames() = {all, variables, false};
+}
+
+QStringList described() { return describedNames().all; }
+
+void doubtSecrets() { describedNames().isUnknown = true; }
+
+bool areSecretsDoubtful() { return describedNames().isUnknown; }
 
 QString asStored(const QString &name) { return name.split('/', Qt::SkipEmptyParts).join('/'); }
 
@@ -145,10 +181,26 @@ QString nearest(const QString &word, const QStringList &candidates)
     return result;
 }
 
+QString Nearest::of(const QString &word)
+{
+    constexpr Size most = 200000; // comparisons of names that are no longer than most names are
+    constexpr Size usual = 64;
+    if (m_comparisons >= most)
+        return {};
+    m_comparisons += m_candidates.size() * (1 + word.size() / usual);
+    return nearest(word, m_candidates);
+}
+
+QString suggestion(const QString &word, Nearest &nearest, const QString &otherwise)
+{
+    const QString found = nearest.of(word);
+    return found.isEmpty() ? otherwise : "did you mean " + found + "?";
+}
+
 QString suggestion(const QString &word, const QStringList &candidates, const QString &otherwise)
 {
-    const QString found = nearest(word, candidates);
-    return found.isEmpty() ? otherwise : "did you mean " + found + "?";
+    Nearest search(candidates);
+    return suggestion(word, search, otherwise);
 }
 
 } // namespace names

@@ -5,6 +5,7 @@
 #define STBCONFIG_TOOL_NAMES_H
 
 #include <QtCore/QMetaType>
+#include <QtCore/QSet>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
@@ -13,6 +14,7 @@ namespace names {
 
 inline constexpr char customFile[] = "custom.conf";
 inline constexpr char defaultsFile[] = "stbapp.conf";
+inline constexpr char descriptionFile[] = "stbapp.schema.json";
 inline constexpr char storageSuffix[] = ".db";
 /// The storage that every manager opens.
 inline constexpr char firstStorage[] = "ravel";
@@ -43,7 +45,7 @@ struct Setting
     QString name() const;
     /// The environment variable that stands for it.
     QString variable() const;
-    /// Whether its name says that its value is nobody else's business.
+    /// Whether its name, or its description, says that its value is nobody else's business.
     bool isSecret() const;
 };
 
@@ -51,6 +53,15 @@ namespace names {
 
 /// The settings that the library itself reads.
 QStringList ofTheLibrary();
+
+/// Says once, before a command runs, which settings a description names, and which of them hold
+/// secrets.
+void describe(const QStringList &all, const QSet<QString> &secrets);
+/// The settings that a description names.
+QStringList described();
+/// Says that the description could not be read: any setting may be one of its secrets.
+void doubtSecrets();
+bool areSecretsDoubtful();
 
 /// As a file stores the name: no "/" at its ends, and never two in a row.
 QString asStored(const QString &name);
@@ -60,7 +71,23 @@ bool matches(const QString &glob, const QString &name);
 
 /// The one that looks most like the word, or nothing if none looks like it.
 QString nearest(const QString &word, const QStringList &candidates);
+
+// Looks for the nearest names of many words. A hostile file or environment has so many of them, or
+// so long ones, that this would take its time: then the last of them get none.
+class Nearest
+{
+public:
+    explicit Nearest(const QStringList &candidates) : m_candidates(candidates) {}
+
+    QString of(const QString &word);
+
+private:
+    QStringList m_candidates;
+    QStringList::size_type m_comparisons = 0;
+};
+
 /// What to do about an unknown word: the nearest one asked for, or else the other text.
+QString suggestion(const QString &word, Nearest &nearest, const QString &otherwise);
 QString suggestion(const QString &word, const QStringList &candidates, const QString &otherwise);
 
 } // namespace names

@@ -135,6 +135,7 @@ private:
         RawLine line = upToItsEnd();
         line.kind = equals < 0 ? RawLine::Malformed : RawLine::Entry;
         if (equals >= 0) {
+            line.section = prefix;
             line.name = prefix + nameOf(keyIn(line.text.left(equals)));
             line.value = line.text.mid(equals + 1).trimmed();
         }

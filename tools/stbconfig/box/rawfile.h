@@ -16,13 +16,14 @@ struct RawLine
 {
     enum Kind { Comment, Section, Entry, Malformed };
 
-    int number; // where it begins; a quote or a backslash can make it go on
-    Kind kind;
+    int number = 0; // where it begins; a quote or a backslash can make it go on
+    Kind kind = Comment;
     QByteArray text;
     QString name; // of an entry: group and key as the library knows them
     QByteArray value; // of an entry, as it is written
     bool isCut = false; // by a ";" that begins a comment
     bool isQuoteOpen = false;
+    QString section = {}; // of an entry: what its name begins with
 };
 
 /// The lines that are not blank, as QSettings takes them apart.

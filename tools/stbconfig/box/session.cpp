@@ -94,7 +94,7 @@ QString Session::source(provenance::Location location, const Setting &setting) c
 QStringList Session::knownSettings() const
 {
     QStringList known = m_settings[m_files.customFile()] + m_settings[m_files.defaultsFile()]
-        + names::ofTheLibrary();
+        + names::ofTheLibrary() + names::described();
     known.removeDuplicates();
     known.sort();
     return known;

@@ -43,7 +43,8 @@ public:
 
     /// Every setting of the files, and those variables' that stand for a setting we know.
     QStringList settings() const;
-    /// What a variable may stand for: the files' settings and those that the library itself reads.
+    /// What a variable may stand for: the files' settings, those that are described, and those that
+    /// the library itself reads.
     QStringList knownSettings() const;
 
 private:

@@ -98,6 +98,14 @@ std::optional<QString> fromUtf8(const QByteArray &bytes)
     return taken.toUtf8() == whole ? std::optional(taken.mid(1)) : std::nullopt;
 }
 
+QString nameOf(Type type)
+{
+    return type == Type::Int ? "int"
+        : type == Type::Bool ? "bool"
+        : type == Type::List ? "list"
+                             : "text";
+}
+
 bool isList(const QVariant &value)
 {
     return value.userType() == QMetaType::QStringList
@@ -143,6 +151,13 @@ std::optional<QVariant> converted(const QVariant &value, Type type)
     return {};
 }
 
+std::optional<int> wholeNumber(const QVariant &value)
+{
+    bool isNumber = false;
+    const int number = value.toInt(&isNumber);
+    return isNumber && value.toLongLong() == number ? std::optional(number) : std::nullopt;
+}
+
 QVariant asRead(const QVariant &value)
 {
     if (!isList(value))
@@ -176,7 +191,17 @@ QByteArray fingerprint(const QVariant &value)
 {
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
-    stream << value;
+    QVariant told = value;
+    if (value.userType() == QMetaType::QStringList) {
+        QStringList items = value.toStringList();
+        // A file gives back some empty texts of a list as null ones.
+        for (QString &item : items) {
+            if (item.isNull())
+                item = "";
+        }
+        told = items;
+    }
+    stream << told;
     return bytes;
 }
 

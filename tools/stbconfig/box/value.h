@@ -16,6 +16,8 @@ std::optional<QString> fromUtf8(const QByteArray &bytes);
 
 enum class Type { Text, Int, Bool, List };
 
+QString nameOf(Type type);
+
 bool isList(const QVariant &value);
 
 /// A value as the texts that a file would keep, so that values of different types compare.
@@ -29,6 +31,8 @@ bool hasNoText(const QVariant &value);
 
 /// The value as an application's conversion sees it; nothing if it is no number.
 std::optional<QVariant> converted(const QVariant &value, Type type);
+/// The number as a person means it; nothing if 32 bits cannot hold it, of which Qt takes the last.
+std::optional<int> wholeNumber(const QVariant &value);
 
 /// What a file gives back for the value: a number is a text there, and a list of one too.
 QVariant asRead(const QVariant &value);

@@ -41,7 +41,10 @@ Findings findAll(const Context &context)
 {
     Findings findings;
     prefixes(context.arguments.places, findings);
-    const QStringList harmless = files(context.files, findings);
+    const Description &description = context.description;
+    if (context.descriptionProblem)
+        findings.append({Id::BadDescription, *context.descriptionProblem});
+    const QStringList harmless = files(context.files, description, findings);
     const QStringList opened = context.files.openedAtOnce();
     const QStringList all = context.files.all();
     // Nothing else can be asked of files that would hang or end whoever opens them.
@@ -53,8 +56,9 @@ Findings findAll(const Context &context)
     const Session session(context.files);
     storages(session, harmless, findings);
     settingNames(session, findings);
-    variables(session, findings);
-    values(session, findings);
+    variables(session, description, findings);
+    values(session, description, findings);
+    againstDescription(session, context, findings);
     return findings;
 }
 
@@ -91,4 +95,5 @@ void addCheck(CommandLine &line)
                  [own](const QString &word) { own->ignored.append(check::idNamed(word)); })
         .givenOften();
     command.addRecords();
+    command.treatBadDescription(BadDescription::Found);
 }

@@ -4,8 +4,11 @@
 #ifndef STBCONFIG_TOOL_CHECKS_H
 #define STBCONFIG_TOOL_CHECKS_H
 
+#include "description.h"
 #include "finding.h"
 #include "session.h"
+
+#include <QtCore/QMap>
 
 struct Context;
 
@@ -17,17 +20,26 @@ Findings findAll(const Context &context);
 
 void prefixes(const Places &places, Findings &findings);
 /// The files without the library: what they are, their lines, owners, locks and the way to write
-/// them. Returns those that the library can open without harm.
-QStringList files(const Files &files, Findings &findings);
+/// them; which entries are meant to be lists, the description knows. Returns those that the library
+/// can open without harm.
+QStringList files(const Files &files, const Description &description, Findings &findings);
 /// What the library makes of the harmless files.
 void storages(const Session &session, const QStringList &harmless, Findings &findings);
 void settingNames(const Session &session, Findings &findings);
-void variables(const Session &session, Findings &findings);
-void values(const Session &session, Findings &findings);
+void variables(const Session &session, const Description &description, Findings &findings);
+void values(const Session &session, const Description &description, Findings &findings);
+/// What the description says of all that is held.
+void againstDescription(const Session &session, const Context &context, Findings &findings);
 
-/// What is wrong with a text that stands for the setting, wherever it is held.
+/// What is wrong with a text that stands for the setting, wherever it is held; a description says it
+/// better.
 void text(const Setting &setting, const QString &text, const QString &place, const QString &remedy,
-          Findings &findings);
+          const Description &description, Findings &findings);
+
+/// The settings that each variable may stand for. Older names are among them where no setting of
+/// today has that variable.
+QMap<QString, QStringList> meaningsOfVariables(const Session &session,
+                                               const Description &description);
 
 } // namespace check
 

@@ -29,6 +29,7 @@ struct Role
     QString file;
     bool isWritten;
     QString storage; // its name, for a named one
+    const Description *description; // null for a named one
 
     QString remedy(const QString &command) const
     {
@@ -76,6 +77,14 @@ bool isValueCut(const RawLine &line)
     return line.isCut && !line.text.endsWith(' ') && !line.text.endsWith('\t');
 }
 
+bool isDescribedList(const Role &role, const RawLine &line)
+{
+    if (!role.description)
+        return false;
+    const Described *described = role.description->findByAnyName({{}, line.name});
+    return described != nullptr && described->type == value::Type::List;
+}
+
 void ofEntry(const Role &role, const RawLine &line, Findings &findings)
 {
     const QString place = at(role, line);
@@ -91,7 +100,7 @@ void ofEntry(const Role &role, const RawLine &line, Findings &findings)
         findings.append({Id::OpenQuote,
                          {place, "an unclosed quote takes in the following lines",
                           "close it, or write \\\" for a quote that is meant"}});
-    } else if (hasOpenComma(line.value)) {
+    } else if (hasOpenComma(line.value) && !isDescribedList(role, line)) {
         findings.append({Id::UnquotedComma,
                          {place, "makes a list, whose text is empty",
                           "quote the value unless a list is meant"}});
@@ -195,12 +204,13 @@ bool ofFile(const Role &role, const QString &root, const QDeadlineTimer &deadlin
     return true;
 }
 
-QVector<Role> rolesOf(const Files &files)
+QVector<Role> rolesOf(const Files &files, const Description &description)
 {
-    QVector<Role> roles{{files.customFile(), true, {}}, {files.defaultsFile(), false, {}}};
+    QVector<Role> roles{{files.customFile(), true, {}, &description},
+                        {files.defaultsFile(), false, {}, &description}};
     const QStringList names = files.storageNames();
     for (const QString &name : names)
-        roles.append({files.storageFile(name), true, name});
+        roles.append({files.storageFile(name), true, name, nullptr});
     return roles;
 }
 
@@ -245,11 +255,11 @@ void prefixes(const Places &places, Findings &findings)
     }
 }
 
-QStringList files(const Files &files, Findings &findings)
+QStringList files(const Files &files, const Description &description, Findings &findings)
 {
     const QDeadlineTimer deadline(std::chrono::seconds(1));
     QStringList rest;
-    const QVector<Role> roles = rolesOf(files);
+    const QVector<Role> roles = rolesOf(files, description);
     for (const Role &role : roles) {
         if (ofFile(role, files.root(), deadline, findings))
             rest.append(role.file);

@@ -18,6 +18,7 @@ constexpr Kind kinds[] = {
     {"malformed", Severity::Error},
     {"unreadable", Severity::Error},
     {"ends-reader", Severity::Error},
+    {"bad-description", Severity::Error},
     {"write-lost", Severity::Error},
     {"left-over-lock", Severity::Warning},
     {"foreign-owner", Severity::Warning},
@@ -41,6 +42,10 @@ constexpr Kind kinds[] = {
     {"logging-value", Severity::Warning},
     {"boolean-word", Severity::Warning},
     {"c-locale", Severity::Warning},
+    {"bad-value", Severity::Warning},
+    {"unknown-setting", Severity::Warning},
+    {"old-name", Severity::Warning},
+    {"migrated-name", Severity::Note},
     {"no-default", Severity::Note},
     {"redundant", Severity::Note},
 };
@@ -70,7 +75,8 @@ QString nameOf(Severity severity)
 
 bool isOfReading(Id id)
 {
-    return id == Id::Malformed || id == Id::Unreadable || id == Id::EndsReader;
+    return id == Id::Malformed || id == Id::Unreadable || id == Id::EndsReader
+        || id == Id::BadDescription;
 }
 
 Id idNamed(const QString &word)

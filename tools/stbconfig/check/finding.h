@@ -16,6 +16,7 @@ enum class Id {
     Malformed,
     Unreadable,
     EndsReader,
+    BadDescription,
     WriteLost,
     LeftOverLock,
     ForeignOwner,
@@ -39,6 +40,10 @@ enum class Id {
     LoggingValue,
     BooleanWord,
     CLocale,
+    BadValue,
+    UnknownSetting,
+    OldName,
+    MigratedName,
     NoDefault,
     Redundant
 };
@@ -56,7 +61,7 @@ using Findings = QVector<Finding>;
 QString nameOf(Id id);
 Severity severityOf(Id id);
 QString nameOf(Severity severity);
-/// Whether it means that a file cannot be read as a whole.
+/// Whether it means that a file cannot be read as a whole; the description is one of them.
 bool isOfReading(Id id);
 
 /// Ends with Misuse if there is no such finding, or severity.

@@ -5,27 +5,14 @@
 #include "loggingreader.h"
 
 #include <QtCore/QHash>
-#include <QtCore/QMap>
 
 using stbconfig::ConfigurationManager;
 
 namespace check {
 namespace {
 
-// Looking for the nearest of many names takes its time, and a hostile environment has many.
-constexpr int mostComparisons = 200000;
-
-Problem unknownVariable(const QString &name, const QStringList &candidates)
-{
-    const QString nearest = names::nearest(name, candidates);
-    return {name,
-            "matches no known setting"
-                + (nearest.isEmpty() ? QString() : ", nearest is " + nearest),
-            "correct the name"};
-}
-
 void ofKnownVariable(const Session &session, const QString &name, const QString &settingName,
-                     Findings &findings)
+                     const Description &description, Findings &findings)
 {
     const Setting setting = Setting::named(settingName);
     const QString held = session.readable(ConfigurationManager::EnvironmentVariables)
@@ -36,7 +23,7 @@ void ofKnownVariable(const Session &session, const QString &name, const QString 
             {Id::LoggingVariable,
              {name, "the logging reader ignores the environment", "use stbconfig logging"}});
     }
-    text(setting, held, name, "correct the variable", findings);
+    text(setting, held, name, "correct the variable", description, findings);
     const auto answers = session.ask(setting);
     const auto *winner = provenance::winner(answers);
     if (winner->location != ConfigurationManager::EnvironmentVariables) {
@@ -76,27 +63,42 @@ void settingNames(const Session &session, Findings &findings)
     }
 }
 
-void variables(const Session &session, Findings &findings)
+QMap<QString, QStringList> meaningsOfVariables(const Session &session,
+                                               const Description &description)
 {
-    QMap<QString, QStringList> settings; // in an order that is the same each time
+    QMap<QString, QStringList> meanings;
     const QStringList known = session.knownSettings();
     for (const QString &name : known)
-        settings[Setting::named(name).variable()].append(name);
-    const QStringList candidates = settings.keys();
-    QStringList::size_type comparisons = 0;
+        meanings[Setting::named(name).variable()].append(name);
+    for (const Described &described : description.all()) {
+        for (const OldName &old : described.was) {
+            const QString variable = old.setting.variable();
+            if (!meanings.contains(variable))
+                meanings[variable].append(old.setting.name());
+        }
+    }
+    return meanings;
+}
+
+void variables(const Session &session, const Description &description, Findings &findings)
+{
+    const QMap<QString, QStringList> meanings = meaningsOfVariables(session, description);
+    names::Nearest nearest(meanings.keys());
     QStringList all = session.readable(ConfigurationManager::EnvironmentVariables).allKeys();
     all.sort();
     for (const QString &name : qAsConst(all)) {
         if (!name.startsWith(names::variablePrefix))
             continue;
-        const QStringList meant = settings.value(name);
+        const QStringList meant = meanings.value(name);
         for (const QString &setting : meant)
-            ofKnownVariable(session, name, setting, findings);
+            ofKnownVariable(session, name, setting, description, findings);
         if (meant.isEmpty()) {
-            const bool isSuggesting = comparisons < mostComparisons;
-            comparisons += isSuggesting ? candidates.size() : 0;
+            const QString found = nearest.of(name);
             findings.append({Id::UnknownVariable,
-                             unknownVariable(name, isSuggesting ? candidates : QStringList())});
+                             {name,
+                              "matches no known setting"
+                                  + (found.isEmpty() ? QString() : ", nearest is " + found),
+                              "correct the name"}});
         }
     }
 }

@@ -21,10 +21,13 @@ bool isLanguage(const Setting &setting)
 }
 
 void ofDefault(const Setting &setting, const QVariant &value, const QString &place,
-               const stbconfig::IReadableBackend &defaults, Findings &findings)
+               const stbconfig::IReadableBackend &defaults, const Description &description,
+               Findings &findings)
 {
     if (!defaults.contains(setting.group, setting.key)) {
-        findings.append({Id::NoDefault, {place, "the defaults lack it", "check the spelling"}});
+        // A description says which names are right.
+        if (!description.exists())
+            findings.append({Id::NoDefault, {place, "the defaults lack it", "check the spelling"}});
     } else if (value::texts(defaults.value(setting.group, setting.key)) == value::texts(value)) {
         findings.append(
             {Id::Redundant, {place, "equals the default", "remove it with unset --redundant"}});
@@ -34,11 +37,11 @@ void ofDefault(const Setting &setting, const QVariant &value, const QString &pla
 } // namespace
 
 void text(const Setting &setting, const QString &text, const QString &place, const QString &remedy,
-          Findings &findings)
+          const Description &description, Findings &findings)
 {
     static const QStringList falseWords{"no", "off", "disabled"};
     if (falseWords.contains(text.toLower()) && !isLanguage(setting)
-        && !loggingreader::reads(setting)) {
+        && !loggingreader::reads(setting) && description.find(setting) == nullptr) {
         findings.append({Id::BooleanWord,
                          {place, "reads as true",
                           remedy.isEmpty() ? "write true or false" : remedy + ": true or false"}});
@@ -52,7 +55,7 @@ void text(const Setting &setting, const QString &text, const QString &place, con
     }
 }
 
-void values(const Session &session, Findings &findings)
+void values(const Session &session, const Description &description, Findings &findings)
 {
     const auto &defaults = session.readable(ConfigurationManager::StbappConfDefault);
     for (const auto location :
@@ -71,9 +74,9 @@ void values(const Session &session, Findings &findings)
                     {Id::LoggingValue,
                      {place, problem->whatHappened, isDefault ? remedy : "use stbconfig logging"}});
             }
-            text(setting, value.toString(), place, remedy, findings);
+            text(setting, value.toString(), place, remedy, description, findings);
             if (!isDefault)
-                ofDefault(setting, value, place, defaults, findings);
+                ofDefault(setting, value, place, defaults, description, findings);
         }
     }
 }

@@ -19,8 +19,10 @@ void addList(CommandLine &line);
 void addLocale(CommandLine &line);
 void addLocations(CommandLine &line);
 void addLogging(CommandLine &line);
+void addMigrate(CommandLine &line);
 void addReport(CommandLine &line);
 void addReset(CommandLine &line);
+void addSchema(CommandLine &line);
 void addSet(CommandLine &line);
 void addUnset(CommandLine &line);
 

@@ -8,6 +8,7 @@
 #include "completion.h"
 #include "identity.h"
 #include "loggingreader.h"
+#include "schema.h"
 #include "session.h"
 
 #include <CLI/CLI.hpp>
@@ -52,7 +53,8 @@ bool takesValue(const CLI::Option *option) { return option->get_items_expected_m
 // Those options say which files the candidates come from; the others do not matter here.
 void apply(CLI::Option *option, const QString &value)
 {
-    const QStringList placing{"--persistent", "--defaults", "--root", "--storage", "--as-root"};
+    const QStringList placing{"--persistent", "--defaults", "--root",     "--storage",
+                              "--as-root",    "--schema",   "--no-schema"};
     if (!placing.contains(QString::fromStdString(option->get_name())))
         return;
     option->clear(); // of what a variable has said
@@ -108,9 +110,24 @@ Files filesOf(const Typed &typed)
     return result;
 }
 
+// One that cannot be read describes nothing.
+Description describe(const Typed &typed)
+{
+    const Arguments &arguments = typed.line.arguments();
+    try {
+        Description result =
+            description::load(arguments.description, filesOf(typed), arguments.places.asRoot);
+        names::describe(result.names(), result.secrets());
+        return result;
+    } catch (const Failure &) {
+        return {};
+    }
+}
+
 QStringList settings(const Typed &typed)
 {
     const Files files = filesOf(typed);
+    describe(typed);
     const Session session(files);
     const std::string &command = typed.command->get_name();
     const bool isOfOneFile = files.storage() || command == "unset" || command == "reset";
@@ -153,8 +170,33 @@ QStringList groups(const Typed &typed, const QString &)
     return result;
 }
 
-QStringList valuesOf(const Setting &setting)
+// As "set" takes it: a list of texts with commas cannot be typed.
+QStringList defaultOf(const Described &described)
 {
+    if (!described.defaultValue || described.setting.isSecret())
+        return {};
+    const QStringList texts = value::texts(*described.defaultValue);
+    const bool isList = described.type == value::Type::List;
+    return isList && texts.join("").contains(',') ? QStringList() : QStringList(texts.join(','));
+}
+
+QStringList describedValues(const Typed &typed, const Setting &setting)
+{
+    if (typed.line.storage())
+        return {};
+    const Description description = describe(typed);
+    const Described *described = description.find(setting);
+    if (!described)
+        return {};
+    return described->type == value::Type::Bool ? QStringList{"true", "false"}
+                                                : described->values + defaultOf(*described);
+}
+
+QStringList valuesOf(const Typed &typed, const Setting &setting)
+{
+    QStringList described = describedValues(typed, setting);
+    if (!described.isEmpty())
+        return described;
     if (!loggingreader::reads(setting) || setting.key == names::responseLengthLimit)
         return {};
     return setting.key == names::level ? loggingreader::levels() : QStringList{"true", "false"};
@@ -163,15 +205,15 @@ QStringList valuesOf(const Setting &setting)
 QStringList values(const Typed &typed, const QString &)
 {
     const QStringList &words = typed.words;
-    return words.size() == 1 ? valuesOf({names::loggingGroup, words[0]})
-                             : valuesOf({words[0], words[1]});
+    return words.size() == 1 ? valuesOf(typed, {names::loggingGroup, words[0]})
+                             : valuesOf(typed, {words[0], words[1]});
 }
 
 QStringList keys(const Typed &typed, const QString &)
 {
     const QString first = typed.words.first();
     if (typed.command->get_name() == "set" && first.contains('/'))
-        return valuesOf(Setting::named(first)); // the spelling GROUP/KEY VALUE
+        return valuesOf(typed, Setting::named(first)); // the spelling GROUP/KEY VALUE
     const QStringList all = settings(typed);
     const QString group = first + '/';
     QStringList result;
@@ -237,6 +279,7 @@ Source sourceOf(const QString &name)
         {"--defaults", directories},
         {"--root", directories},
         {"--env-file", pathsOfFiles},
+        {"--schema", pathsOfFiles},
         {"--pid", processes},
         {"--with", pathsOfFiles},
         {"--from", [](const Typed &, const QString &) { return provenance::locationNames(); }},
@@ -256,6 +299,7 @@ Source sourceOf(const QString &name)
         {"name", [](const Typed &, const QString &) { return loggingreader::keys(); }},
         {"value", values},
         {"shell", [](const Typed &, const QString &) { return completion::shells(); }},
+        {"output", [](const Typed &, const QString &) { return schema::outputs(); }},
     };
     return sources.value(name);
 }

@@ -5,6 +5,7 @@
 #include "commands.h"
 #include "loggingreader.h"
 #include "session.h"
+#include "telling.h"
 
 using provenance::Answer;
 using provenance::locationName;
@@ -51,7 +52,7 @@ QString ownerOf(const Answer &answer, const EnvironmentChoice &environment)
 }
 
 void printJson(const Session &session, const Setting &setting, const QVector<Answer> &answers,
-               const output::Format &format)
+               const description::Told &told, const output::Format &format)
 {
     const Answer *winner = provenance::winner(answers);
     QJsonArray array;
@@ -63,12 +64,16 @@ void printJson(const Session &session, const Setting &setting, const QVector<Ans
             {"source", session.source(answer.location, setting)},
             {"reason", reason(answer, winner)}});
     }
-    output::object({{"group", setting.group},
-                    {"key", setting.key},
-                    {"winner", winner ? QJsonValue(locationName(winner->location)) : QJsonValue()},
-                    {"value", output::jsonOrNull(setting, winner, format)},
-                    {"reader", readersView(session, setting, answers)},
-                    {"answers", array}});
+    QJsonObject object{
+        {"group", setting.group},
+        {"key", setting.key},
+        {"winner", winner ? QJsonValue(locationName(winner->location)) : QJsonValue()},
+        {"value", output::jsonOrNull(setting, winner, format)},
+        {"reader", readersView(session, setting, answers)},
+        {"answers", array}};
+    if (told.described)
+        object.insert("described", description::json(told, format));
+    output::object(object);
 }
 
 constexpr int answersColumn = 32;
@@ -98,7 +103,7 @@ void printSource(const QString &source, const QString &owner)
 }
 
 void printForPerson(const Session &session, const Setting &setting, const QVector<Answer> &answers,
-                    const Arguments &arguments)
+                    const description::Told &told, const Arguments &arguments)
 {
     const Answer *winner = provenance::winner(answers);
     const QString name = output::safe(setting.name());
@@ -125,6 +130,12 @@ void printForPerson(const Session &session, const Setting &setting, const QVecto
     const QString view = readersView(session, setting, answers);
     if (!view.isEmpty())
         output::paragraph(view);
+    if (told.described) {
+        output::line({});
+        const QStringList lines = description::lines(told, arguments.format);
+        for (const QString &line : lines)
+            output::line(line);
+    }
 }
 
 void printRecords(const Session &session, const Setting &setting, const QVector<Answer> &answers,
@@ -146,18 +157,22 @@ ExitStatus explain(const Context &context, const Words &words)
     const Setting setting = words.setting();
     const Session session(context.files);
     const auto answers = session.ask(setting);
+    const Answer *winner = provenance::winner(answers);
+    const description::Told told =
+        description::told(context.description, setting, winner ? &winner->value : nullptr);
     if (context.arguments.format.json)
-        printJson(session, setting, answers, context.arguments.format);
+        printJson(session, setting, answers, told, context.arguments.format);
     else if (context.arguments.format.nullSeparated)
         printRecords(session, setting, answers, context.arguments.format);
     else
-        printForPerson(session, setting, answers, context.arguments);
+        printForPerson(session, setting, answers, told, context.arguments);
     // Last, because what the other locations answer helps to mend the file.
     session.requireReadableFiles();
-    if (provenance::winner(answers))
+    if (winner)
         return Done;
-    const QString nearest = names::nearest(setting.name(), session.settings());
-    if (!nearest.isEmpty())
+    const QString nearest =
+        names::nearest(setting.name(), session.settings() + context.description.names());
+    if (!told.described && !nearest.isEmpty())
         output::note(notSet(setting, {nearest}, {}));
     return PlainNo;
 }

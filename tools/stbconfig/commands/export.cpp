@@ -5,7 +5,6 @@
 #include "commands.h"
 #include "exchange.h"
 #include "holdings.h"
-#include "rawfile.h"
 #include "session.h"
 
 namespace {
@@ -72,36 +71,6 @@ Exported effectiveOnes(const Context &context, const QString &glob)
     return result;
 }
 
-// The library writes no comments, and each entry as one line.
-QByteArray withOrigins(const QByteArray &text, const QMap<QString, QString> &origins)
-{
-    QByteArray result;
-    int begin = 0;
-    int number = 1;
-    const auto copyUpTo = [&](int wanted) {
-        for (; number < wanted; ++number) {
-            const auto end = text.indexOf('\n', begin) + 1;
-            result += text.mid(begin, end - begin);
-            begin = static_cast<int>(end);
-        }
-    };
-    const QVector<RawLine> lines = rawLines(text);
-    for (const RawLine &line : lines) {
-        copyUpTo(line.number);
-        if (line.kind == RawLine::Entry)
-            result += "; " + origins[line.name].toUtf8() + '\n';
-    }
-    return result + text.mid(begin);
-}
-
-void print(QByteArray text, const output::Format &format)
-{
-    if (text.endsWith('\n'))
-        text.chop(1);
-    if (!text.isEmpty())
-        output::bare(QString::fromUtf8(text).split('\n'), {false, false, format.showSecrets});
-}
-
 ExitStatus exportSettings(const Context &context, const ExportOptions &own)
 {
     if (context.arguments.format.json)
@@ -114,7 +83,10 @@ ExitStatus exportSettings(const Context &context, const ExportOptions &own)
         all.lost.append({refusal.setting, "left out: " + refusal.problem.whatHappened, {}});
     }
     const QByteArray text = exchange::written(all.entries, context.arguments.places.asRoot);
-    print(own.isEffective ? withOrigins(text, all.origins) : text, context.arguments.format);
+    exchange::print(
+        own.isEffective ? exchange::withComments(
+            text, [&all](const QString &name) { return "; " + all.origins[name].toUtf8() + '\n'; })
+                        : text);
     for (const Problem &problem : qAsConst(all.lost))
         output::note(problem);
     if (all.secrets != 0) {
@@ -140,4 +112,6 @@ void addExport(CommandLine &line)
     const Option effective = command.addFlag("--effective", own->isEffective,
                                              "all that answer, each with its origin as a comment");
     command.addStorage(own->storage).excludes(effective);
+    // It would export what the description calls secret.
+    command.treatBadDescription(BadDescription::Refused);
 }

@@ -35,6 +35,20 @@ exchange::Contents chosen(const exchange::Contents &all, const QString &glob)
     return result;
 }
 
+std::optional<Problem> refusalOf(const Context &context, const Setting &setting,
+                                 const QVariant &value, names::Nearest &nearest)
+{
+    if (context.files.storage())
+        return {};
+    if (auto misreading = loggingreader::misreading(setting, value.toString()))
+        return misreading;
+    // A box that may have to go back to an older version holds both names.
+    if (context.description.findOld(setting))
+        return {};
+    const auto problem = forbiddenName(context, setting, nearest);
+    return problem ? problem : forbiddenValue(context, setting, value);
+}
+
 // All of them, so that one correction of the file is enough.
 void requireNoRefusals(const Context &context, const QString &source,
                        const exchange::Contents &contents)
@@ -42,10 +56,10 @@ void requireNoRefusals(const Context &context, const QString &source,
     auto count = contents.refusals.size();
     for (const exchange::Refusal &refusal : contents.refusals)
         output::note(refusal.problem);
+    names::Nearest nearest(context.description.names());
     for (auto it = contents.entries.cbegin(); it != contents.entries.cend(); ++it) {
-        const auto misreading = loggingreader::misreading(Setting::named(it.key()), it->toString());
-        if (misreading && !context.files.storage()) {
-            output::note(*misreading);
+        if (const auto problem = refusalOf(context, Setting::named(it.key()), *it, nearest)) {
+            output::note(*problem);
             ++count;
         }
     }
@@ -160,6 +174,7 @@ void addImport(CommandLine &line)
     command.addFlag("--replace", own->isReplacing, "remove what the file does not hold");
     command.addStorage(own->storage);
     command.addRecords();
+    command.treatBadDescription(BadDescription::Refused);
     // Before the time begins that a command has: what is on the other end may be slow.
     command.addRule([own] {
         if (own->file == "-")

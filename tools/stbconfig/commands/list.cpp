@@ -4,6 +4,7 @@
 #include "arguments.h"
 #include "commands.h"
 #include "session.h"
+#include "telling.h"
 
 namespace {
 
@@ -12,6 +13,7 @@ struct ListOptions
     QString glob;
     std::optional<provenance::Location> from;
     bool namesOnly = false;
+    bool isDescribing = false;
     StorageChoice storage;
 };
 
@@ -48,8 +50,45 @@ output::Row rowOf(const QString &name, const Holder &holder, const ListOptions &
     return row;
 }
 
+// The holder is null if the setting is only described.
+void describe(output::Row &row, const Description &all, const QString &name, const Holder *holder,
+              const output::Format &format)
+{
+    const description::Told told =
+        description::told(all, Setting::named(name), holder ? &holder->value : nullptr);
+    QJsonObject json = row.json.toObject();
+    json.insert("described", description::json(told, format));
+    row.json = json;
+    row.fields += description::fields(told, format);
+    row.below = description::lines(told, format);
+}
+
+output::Row rowOfNobody(const QString &name)
+{
+    return {QJsonObject{{"setting", name}, {"value", QJsonValue()}, {"origin", QJsonValue()}},
+            {output::safe(name), "not set"},
+            {name, QString(), QString()}};
+}
+
+// No location holds what is only described.
+bool isWanted(const std::optional<Holder> &holder, const ListOptions &own)
+{
+    return holder || (own.isDescribing && !own.from);
+}
+
+void requireDescription(const Context &context, const ListOptions &own)
+{
+    if (own.isDescribing && context.descriptionProblem)
+        throw Failure{CannotRead, *context.descriptionProblem};
+    if (context.descriptionProblem)
+        output::note(*context.descriptionProblem);
+    if (own.isDescribing)
+        description::require(context.description, context.arguments.description, context.files);
+}
+
 ExitStatus list(const Context &context, const ListOptions &own)
 {
+    requireDescription(context, own);
     requireStorage(context.files, own.storage.mayCreate, CannotRead);
     const Session session(context.files);
     const bool isOfStorage = context.files.storage().has_value();
@@ -58,6 +97,10 @@ ExitStatus list(const Context &context, const ListOptions &own)
     else
         session.requireReadableFiles();
     QStringList all = isOfStorage ? session.written().allKeys() : session.settings();
+    if (own.isDescribing) {
+        all += context.description.names();
+        all.removeDuplicates();
+    }
     all.sort();
     QVector<output::Row> rows;
     for (const QString &name : qAsConst(all)) {
@@ -68,8 +111,14 @@ ExitStatus list(const Context &context, const ListOptions &own)
             ? Holder{session.written().value(setting.group, setting.key),
                      context.files.writtenFile()}
             : holderOf(session, name, own);
-        if (holder)
-            rows.append(rowOf(name, *holder, own, context.arguments.format));
+        if (!isWanted(holder, own))
+            continue;
+        rows.append(holder ? rowOf(name, *holder, own, context.arguments.format)
+                           : rowOfNobody(name));
+        if (own.isDescribing) {
+            describe(rows.last(), context.description, name, holder ? &*holder : nullptr,
+                     context.arguments.format);
+        }
     }
     output::rows(rows, context.arguments.format);
     if (!rows.isEmpty())
@@ -94,7 +143,12 @@ void addList(CommandLine &line)
     command.addWord("glob", "only this group, or those that match",
                     [own](const QString &word) { own->glob = word; });
     const Option from = command.addLocation(own->from);
-    command.addFlag("--keys", own->namesOnly, "names alone");
-    command.addStorage(own->storage).excludes(from);
+    const Option keys = command.addFlag("--keys", own->namesOnly, "names alone");
+    const Option describe = command.addFlag("--describe", own->isDescribing,
+                                            "with what is described, also of what nobody has set");
+    describe.excludes(keys);
+    command.addStorage(own->storage).excludes(from).excludes(describe);
     command.addRecords();
+    // With --describe it is a reason to end.
+    command.treatBadDescription(BadDescription::Found);
 }

@@ -16,7 +16,10 @@ ExitStatus locale(const Context &context)
     const auto answers = session.ask(setting);
     const auto *winner = provenance::winner(answers);
     const QLocale result = session.manager().defaultLocale();
-    const QString text = winner ? winner->value.toString() : QString(names::builtInLocale);
+    const bool isMasked = winner != nullptr && output::isMasked(setting, winner->value, format);
+    const QString text = !winner ? QString(names::builtInLocale)
+        : isMasked               ? output::field(setting, winner->value, format)
+                                 : winner->value.toString();
     const QString origin = winner ? provenance::locationName(winner->location) : "built in";
     if (format.json)
         output::object({{"locale", result.name()}, {"text", text}, {"origin", origin}});

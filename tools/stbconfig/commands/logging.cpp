@@ -29,6 +29,10 @@ ExitStatus change(const Context &context, const LoggingOptions &own)
         problem->whatHappened = '"' + *own.text + "\" " + problem->whatHappened;
         throw Failure{Misuse, *problem};
     }
+    if (context.descriptionProblem)
+        throw Failure{CannotRead, *context.descriptionProblem};
+    if (const auto problem = forbiddenValue(context, setting, *own.text))
+        throw Failure{Misuse, *problem};
     return store(context, setting, *own.text, own.manner);
 }
 
@@ -55,6 +59,8 @@ output::Row rowOf(const Session &session, const QString &key, const output::Form
 
 ExitStatus show(const Context &context)
 {
+    if (context.descriptionProblem)
+        output::note(*context.descriptionProblem);
     const Session session(context.files);
     session.requireReadableFiles();
     output::rows(rows::ofLogging(session, context.arguments.format), context.arguments.format);
@@ -89,4 +95,5 @@ void addLogging(CommandLine &line)
     text.needs(key);
     key.needs(text);
     command.addRecords();
+    command.treatBadDescription(BadDescription::Found);
 }

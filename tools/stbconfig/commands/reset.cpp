@@ -26,15 +26,31 @@ struct Meant
     QStringList kept;
 };
 
-Meant meantOf(const QStringList &all, const ResetOptions &own)
+// What is said of the setting. No description says anything of a named storage.
+const Described *describedOf(const Context &context, const QString &name)
+{
+    return context.files.storage() ? nullptr
+                                   : context.description.findByAnyName(Setting::named(name));
+}
+
+// An older name goes and stays with the setting's name of today: otherwise the next migration would
+// bring back what was reset.
+bool matches(const QString &glob, const QString &name, const Described *described)
+{
+    return names::matches(glob, name)
+        || (described != nullptr && names::matches(glob, described->setting.name()));
+}
+
+Meant meantOf(const Context &context, const QStringList &all, const ResetOptions &own)
 {
     Meant result;
     for (const QString &name : all) {
-        if (!names::matches(own.glob, name))
+        const Described *described = describedOf(context, name);
+        if (!matches(own.glob, name, described))
             continue;
-        const bool isKept =
-            std::any_of(own.kept.cbegin(), own.kept.cend(),
-                        [&name](const QString &glob) { return names::matches(glob, name); });
+        const bool isKept = (described != nullptr && described->isKept)
+            || std::any_of(own.kept.cbegin(), own.kept.cend(),
+                           [&](const QString &glob) { return matches(glob, name, described); });
         (isKept ? result.kept : result.reset).append(name);
     }
     return result;
@@ -51,8 +67,9 @@ Problem noMatch(const QString &glob, const QString &what, const QStringList &all
 void tellUnusedGlobs(const Context &context, const ResetOptions &own, const QStringList &all)
 {
     for (const QString &glob : own.kept) {
-        if (std::none_of(all.cbegin(), all.cend(),
-                         [&glob](const QString &name) { return names::matches(glob, name); }))
+        if (std::none_of(all.cbegin(), all.cend(), [&](const QString &name) {
+                return matches(glob, name, describedOf(context, name));
+            }))
             output::note(
                 noMatch(glob, "--keep matches nothing in " + context.files.writtenFile(), all));
     }
@@ -121,7 +138,7 @@ ExitStatus reset(const Context &context, const ResetOptions &own)
     const writing::Holdings holdings = writing::inspect(context.files, !context.files.storage());
     const QStringList all = holdings.written.keys();
     tellUnusedGlobs(context, own, all);
-    const Meant meant = meantOf(all, own);
+    const Meant meant = meantOf(context, all, own);
     if (!own.glob.isEmpty() && meant.reset.isEmpty() && meant.kept.isEmpty()) {
         output::note(noMatch(own.glob, "not set in " + context.files.writtenFile(), all));
         return PlainNo;
@@ -160,4 +177,5 @@ void addReset(CommandLine &line)
         .givenOften();
     command.addStorage(own->storage);
     command.addRecords();
+    command.treatBadDescription(BadDescription::Refused);
 }

@@ -59,7 +59,7 @@ QVariant typed(const Setting &setting, const QString &text, value::Type type)
     };
     switch (type) {
     case value::Type::Int: {
-        const auto number = value::converted(text, type);
+        const auto number = value::wholeNumber(text);
         if (!number)
             refuse("no number", "give a whole number of 32 bits");
         return *number;
@@ -93,11 +93,63 @@ void tellCosts(const Context &context, const Setting &setting, const QVariant &v
     }
 }
 
+// What the description says of the setting. It describes no named storage.
+const Described *describedIn(const Context &context, const Setting &setting)
+{
+    return context.files.storage() ? nullptr : context.description.find(setting);
+}
+
+Problem forbidden(Problem problem)
+{
+    problem.whatToDo += " (--no-schema leaves the description out)";
+    return problem;
+}
+
+// The description knows the type, so nobody has to say it.
+QVariant asDescribed(const Context &context, const Described &described, const QString &text,
+                     std::optional<value::Type> type)
+{
+    if (type.value_or(described.type) != described.type) {
+        throw Failure{Misuse,
+                      forbidden({described.setting.name(),
+                                 "its type is not " + value::nameOf(*type) + " but "
+                                     + value::nameOf(described.type),
+                                 "leave --type out"})};
+    }
+    const bool isList = described.type == value::Type::List;
+    const QVariant given = isList ? QVariant(text.split(',')) : QVariant(text);
+    if (const auto problem = forbiddenValue(context, described.setting, given))
+        throw Failure{Misuse, *problem};
+    return *value::converted(given, described.type);
+}
+
+QVariant valueOf(const Context &context, const Setting &setting, const QString &text,
+                 std::optional<value::Type> type)
+{
+    names::Nearest nearest(context.description.names());
+    if (const auto problem = forbiddenName(context, setting, nearest))
+        throw Failure{Misuse, *problem};
+    const Described *described = describedIn(context, setting);
+    return described ? asDescribed(context, *described, text, type)
+                     : typed(setting, text, type.value_or(value::Type::Text));
+}
+
+// "set Net/key two words" would name the first word of the value, which may be a secret.
+void requireOneValue(const Context &context, const Words &name, const Setting &setting)
+{
+    const QString first = name.all.first();
+    if (name.all.size() == 2 && context.description.find(setting) == nullptr
+        && context.description.find(Setting::named(first)) != nullptr) {
+        throw Failure{Misuse, {first, "a word too many", "put a value of several words in quotes"}};
+    }
+}
+
 ExitStatus set(const Context &context, const SetOptions &own)
 {
     Words name{own.words.all};
     const QString text = own.isFromInput ? *own.input : name.all.takeLast();
     const Setting setting = name.setting(true);
+    requireOneValue(context, name, setting);
     requireOwnName(setting);
     requireOwnGroup(setting);
     if (value::asRead(text) != text) {
@@ -105,7 +157,7 @@ ExitStatus set(const Context &context, const SetOptions &own)
                       {setting.name(), "a file cannot express the value's byte order mark",
                        "leave U+FEFF out"}};
     }
-    const QVariant value = typed(setting, text, own.type.value_or(value::Type::Text));
+    const QVariant value = valueOf(context, setting, text, own.type);
     requireStorage(context.files, own.storage.mayCreate, NotSaved);
     return store(context, setting, value, own.manner);
 }
@@ -122,6 +174,26 @@ void requireOwnName(const Setting &setting)
                        other.isEmpty() ? "name a key"
                                        : "use " + QString(other.contains('/') ? "" : "/") + other}};
     }
+}
+
+std::optional<Problem> forbiddenName(const Context &context, const Setting &setting,
+                                     names::Nearest &nearest)
+{
+    if (context.files.storage())
+        return {};
+    const auto problem = description::unknownName(context.description, setting, nearest);
+    return problem ? std::optional(forbidden(*problem)) : std::nullopt;
+}
+
+std::optional<Problem> forbiddenValue(const Context &context, const Setting &setting,
+                                      const QVariant &value)
+{
+    const Described *described = describedIn(context, setting);
+    const auto breach = described ? description::breachOf(*described, value) : std::nullopt;
+    if (!breach)
+        return {};
+    return forbidden({setting.name(), "the value " + breach->what,
+                      description::remedy(*breach, *described, setting.isSecret())});
 }
 
 void tellOf(writing::Outcome outcome, const std::function<void()> &tell)
@@ -181,6 +253,7 @@ void addSet(CommandLine &line)
     command.addStorage(own->storage);
     command.addFlag("--stdin", own->isFromInput,
                     "take the value from standard input, without its last line end");
+    command.treatBadDescription(BadDescription::Refused);
     command.addRule([own] {
         const auto least = own->isFromInput ? 1 : 2;
         const auto count = own->words.all.size();

@@ -123,6 +123,26 @@ void tell(const Context &context, const UnsetOptions &own, const QStringList &ch
     output::lines(rows, format);
 }
 
+// They hide nothing, but the next migration would take their values over.
+void tellOlderNames(const Context &context, const QStringList &chosen, Entries left)
+{
+    for (const QString &name : chosen)
+        left.remove(name);
+    for (const QString &name : chosen) {
+        const Described *described = context.description.find(Setting::named(name));
+        if (!described)
+            continue;
+        for (const OldName &old : described->was) {
+            if (left.contains(old.setting.name())) {
+                output::note(
+                    {old.setting.name(),
+                     "still holds a value, which stbconfig migrate would take over to " + name,
+                     "unset it, too"});
+            }
+        }
+    }
+}
+
 ExitStatus unset(const Context &context, const UnsetOptions &own)
 {
     requireStorage(context.files, own.storage.mayCreate, NotSaved);
@@ -138,6 +158,8 @@ ExitStatus unset(const Context &context, const UnsetOptions &own)
         outcome = writing::save(context.files, holdings.written, changeOf(own, chosen), own.manner);
     else if (context.arguments.verbose)
         output::note({"unset", "nothing is redundant", {}});
+    if (!context.files.storage())
+        tellOlderNames(context, chosen, holdings.written);
     tellOf(outcome, [&] { tell(context, own, chosen); });
     return Done;
 }

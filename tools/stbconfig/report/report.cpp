@@ -61,6 +61,8 @@ public:
     void print()
     {
         // Broken files first, since the others depend on which can be read.
+        if (context.descriptionProblem)
+            tellBadDescription(*context.descriptionProblem);
         const Part versions = told("versions", seconds(2), [this] { return versionsPart(); });
         const QStringList harmless = harmlessFiles();
         const Part locations = told("locations", seconds(5), [this] { return locationsPart(); });
@@ -90,6 +92,13 @@ private:
         problems.append(ended.failure ? ended.failure->problem
                                       : Problem{name, ended.why, "see what the other parts say"});
         return {};
+    }
+
+    void tellBadDescription(const Problem &problem)
+    {
+        problems.append({problem.thing, problem.whatHappened,
+                         problem.whatToDo + "; all values are masked, since any may be a secret"});
+        isWhole = false;
     }
 
     Part versionsPart() const
@@ -320,5 +329,7 @@ ExitStatus report(const Context &context)
 
 void addReport(CommandLine &line)
 {
-    line.addCommand("report", "print one text for a ticket, secrets masked", report);
+    const Command command =
+        line.addCommand("report", "print one text for a ticket, secrets masked", report);
+    command.treatBadDescription(BadDescription::Found);
 }

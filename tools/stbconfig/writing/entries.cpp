@@ -74,6 +74,12 @@ QString groupAsRead(const QString &group)
     return group.compare(general, Qt::CaseInsensitive) == 0 ? general : group;
 }
 
+QString nameAsRead(const QString &name)
+{
+    const Setting stored = Setting::named(names::asStored(name));
+    return Setting{groupAsRead(stored.group), stored.key}.name();
+}
+
 QStringList unstable(const Entries &entries)
 {
     QStringList result;

@@ -28,6 +28,8 @@ QStringList differences(const Entries &expected, const Entries &found,
 
 /// The group in which a file gives back what is stored in this one.
 QString groupAsRead(const QString &group);
+/// The name under which a file gives back what is stored under this one; empty if it names no key.
+QString nameAsRead(const QString &name);
 
 /// The names of the entries that come back as others once they have been written.
 QStringList unstable(const Entries &entries);

@@ -7,8 +7,8 @@
 #include "descriptor.h"
 #include "fileproblem.h"
 #include "holdings.h"
-#include "identity.h"
 #include "names.h"
+#include "output.h"
 #include "rawfile.h"
 #include "scratch.h"
 #include "session.h"
@@ -27,18 +27,6 @@ namespace {
 
 constexpr char fromInput[] =
     "name a file that can be read, or give - and the text on standard input";
-
-QByteArray bytesOf(const QString &path)
-{
-    fileproblem::Contents contents = fileproblem::read(path);
-    if (contents.problem) {
-        contents.problem->whatToDo = fromInput;
-        throw Failure{CannotRead, *contents.problem};
-    }
-    if (!contents.exists)
-        throw Failure{CannotRead, {path, "no such file", "check the path"}};
-    return contents.bytes;
-}
 
 bool isPlain(char byte) { return static_cast<unsigned char>(byte) < 0x80; }
 
@@ -139,26 +127,22 @@ Refusal refusalOf(const QString &name)
 
 } // namespace
 
-Text fromFile(const QString &path, bool asRoot)
+QByteArray bytesOf(const QString &path, bool asRoot, const QString &remedy, qint64 largest)
 {
-    if (geteuid() != 0 || asRoot)
-        return {path, bytesOf(path)};
-    const QString shared = follow(absolute(path)).shared;
-    if (!shared.isEmpty()) {
-        throw Failure{CannotRead,
-                      {path, "others than root can exchange it in " + shared, fromInput}};
-    }
-    constexpr std::chrono::seconds limit(20);
-    const child::End end = child::run(limit, [&path] {
-        identity::becomeOwner(QStringList{path});
-        return bytesOf(path);
-    });
-    if (end.failure)
-        throw *end.failure;
-    if (end.how != child::End::Returned)
-        throw Failure{CannotRead, {path, end.why, "try again"}};
-    return {path, end.result};
+    const bool isCareful = geteuid() == 0 && !asRoot;
+    const QString shared = isCareful ? follow(absolute(path)).shared : QString();
+    if (!shared.isEmpty())
+        throw Failure{CannotRead, {path, "others than root can exchange it in " + shared, remedy}};
+    const fileproblem::Contents contents = isCareful ? fileproblem::readAsOwner(path, {}, largest)
+                                                     : fileproblem::read(path, {}, largest);
+    if (contents.problem)
+        throw Failure{CannotRead, {path, contents.problem->whatHappened, remedy}};
+    if (!contents.exists)
+        throw Failure{CannotRead, {path, "no such file", "check the path"}};
+    return contents.bytes;
 }
+
+Text fromFile(const QString &path, bool asRoot) { return {path, bytesOf(path, asRoot, fromInput)}; }
 
 Text fromStandardInput()
 {
@@ -235,6 +219,36 @@ QByteArray written(const Entries &all, bool asRoot)
                        "free some space there, or set TMPDIR to another directory"}};
     }
     return contents.bytes;
+}
+
+// The library writes no comments, and each entry as one line.
+QByteArray withComments(const QByteArray &text,
+                        const std::function<QByteArray(const QString &name)> &before)
+{
+    QByteArray result;
+    int begin = 0;
+    int number = 1;
+    const auto copyUpTo = [&](int wanted) {
+        for (; number < wanted; ++number) {
+            const auto end = text.indexOf('\n', begin) + 1;
+            result += text.mid(begin, end - begin);
+            begin = static_cast<int>(end);
+        }
+    };
+    const QVector<RawLine> lines = rawLines(text);
+    for (const RawLine &line : lines) {
+        copyUpTo(line.number);
+        if (line.kind == RawLine::Entry)
+            result += before(line.name);
+    }
+    return result + text.mid(begin);
+}
+
+void print(const QByteArray &text)
+{
+    QStringList lines = QString::fromUtf8(text).split('\n');
+    lines.removeLast(); // what is behind the last line end
+    output::bare(lines, {});
 }
 
 QVector<Refusal> refusalsOf(const Entries &all)

@@ -5,10 +5,13 @@
 #define STBCONFIG_TOOL_EXCHANGE_H
 
 #include "entries.h"
+#include "fileproblem.h"
 #include "problem.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QVector>
+
+#include <functional>
 
 // Settings on the way from one box to another: the text of an INI file, read and written by the
 // library. It is UTF-8, whatever the library takes a storage's bytes for.
@@ -20,8 +23,10 @@ struct Text
     QByteArray bytes;
 };
 
-/// The file, which is never waited for. Root reads it as the first other user on the way to it, so
-/// that nobody's link lets root tell what is root's. Ends with CannotRead.
+/// What a file holds that the user has named. It is never waited for. Root reads it as the first other
+/// user on the way to it, so that nobody's link lets root tell what is root's. Ends with CannotRead.
+QByteArray bytesOf(const QString &path, bool asRoot, const QString &remedy,
+                   qint64 largest = fileproblem::largestFile);
 Text fromFile(const QString &path, bool asRoot);
 /// All of standard input. Ends with CannotRead if it is larger than a file may be.
 Text fromStandardInput();
@@ -43,6 +48,11 @@ Contents read(const Text &text, bool asRoot);
 
 /// As a storage with these entries would be. Ends with CannotRead if it cannot be made.
 QByteArray written(const Entries &all, bool asRoot);
+
+/// The same text, which the library has written, with something before the line of each entry.
+QByteArray withComments(const QByteArray &text,
+                        const std::function<QByteArray(const QString &name)> &before);
+void print(const QByteArray &text);
 
 /// Why no file gives the entries back as they are; nothing for those that it does.
 QVector<Refusal> refusalsOf(const Entries &all);

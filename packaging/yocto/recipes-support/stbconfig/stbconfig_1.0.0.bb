@@ -40,4 +40,10 @@ FILES:${PN}-dev = " \
     ${libdir}/libstbconfig.so \
     ${libdir}/pkgconfig \
 "
-FILES:${PN}-tools = "${bindir} ${datadir}/bash-completion ${datadir}/fish ${datadir}/zsh"
+FILES:${PN}-tools = " \
+    ${bindir} \
+    ${datadir}/bash-completion \
+    ${datadir}/fish \
+    ${datadir}/stbconfig \
+    ${datadir}/zsh \
+"

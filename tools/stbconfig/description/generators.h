@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#ifndef STBCONFIG_TOOL_GENERATORS_H
+#define STBCONFIG_TOOL_GENERATORS_H
+
+#include "description.h"
+#include "output.h"
+
+struct Context;
+
+// What is made of the files, and of the description of their settings. Each prints one text. Whatever
+// a description says, it ends no comment, begins no markup and moves no cursor.
+namespace generators {
+
+/// A description, of what the files hold.
+void draft(const Context &context);
+/// The defaults as a file, with a comment at each.
+void conf(const Context &context);
+/// A page for a person.
+void markdown(const Context &context);
+/// Accessors for an application. Ends with Misuse if two settings would have one name there.
+void header(const Context &context);
+
+/// A text of the description, each of its lines safe to show and without blanks around it; nothing
+/// if it is empty.
+QStringList linesOf(const QString &text);
+/// The default that may be told; null if there is none.
+const QVariant *defaultOf(const Described &described, const output::Format &format);
+
+} // namespace generators
+
+#endif

@@ -1,0 +1,22 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#ifndef STBCONFIG_TOOL_READER_H
+#define STBCONFIG_TOOL_READER_H
+
+#include "description.h"
+
+#include <QtCore/QByteArray>
+
+namespace description {
+
+/// Whether a description can hold the text: any version of Qt gives back each of its characters.
+bool canHold(const QString &text);
+
+/// Takes the JSON apart. Ends with CannotRead, and names the line and the column, if it is no JSON or
+/// says something that a description cannot say.
+Description read(const QByteArray &json, const QString &file);
+
+} // namespace description
+
+#endif

@@ -1,0 +1,32 @@
+// SPDX-FileCopyrightText: The stbconfig authors
+// SPDX-License-Identifier: MIT
+
+#ifndef STBCONFIG_TOOL_TELLING_H
+#define STBCONFIG_TOOL_TELLING_H
+
+#include "description.h"
+#include "output.h"
+
+// What the commands say of a setting that is described.
+namespace description {
+
+// A setting as it was asked for, what is described of it, and what it is now.
+struct Told
+{
+    Setting setting;
+    const Described *described = nullptr; // if nothing is; an older name has what today's name has
+    const QVariant *value = nullptr; // if nobody holds it
+};
+
+Told told(const Description &description, const Setting &setting, const QVariant *value);
+
+/// For a person, in lines of less than 80 columns.
+QStringList lines(const Told &told, const output::Format &format);
+/// For a program; null if nothing is described.
+QJsonValue json(const Told &told, const output::Format &format);
+/// For a script: the default, what is allowed, and the description's text.
+QStringList fields(const Told &told, const output::Format &format);
+
+} // namespace description
+
+#endif
