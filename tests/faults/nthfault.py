@@ -54,6 +54,7 @@ class Subject:
     old: bytes = OLD
     file: str = "var/custom.conf"
     input: str = ""
+    description: str = ""
     is_command: bool = True
 
 
@@ -62,6 +63,9 @@ def application(name, **more):
              ["reports"], ["valid"], ["value", "Audio", "volume"])
     return Subject(name, lines, is_command=False, **more)
 
+
+RENAMED = json.dumps({"settings": {
+    "Screen/output": {"was": [{"name": "Video/output", "values": {"hdmi": "1"}}]}}})
 
 SUBJECTS = (
     Subject("set", ("set", "Video/output", "scart")),
@@ -72,6 +76,9 @@ SUBJECTS = (
     Subject("unset, a group", ("unset", "--group", "Video")),
     Subject("import", ("import", "-"), input="[Video]\noutput=scart\n[Net]\nhost=a\n"),
     Subject("reset", ("reset", "Video", "--keep", "Video/rate")),
+    Subject("migrate", ("migrate",), description=RENAMED),
+    Subject("migrate, a prune", ("migrate", "--prune"), old=OLD + b"\n[Screen]\noutput=1\n",
+            description=RENAMED),
     application("application"),
     application("application, no file", old=None),
 )
@@ -116,6 +123,8 @@ def box_of(directory, subject):
     for name in "var", "etc", "tmp":
         (directory / name).mkdir()
     (directory / "etc/stbapp.conf").write_text("[Video]\noutput=hdmi\n")
+    if subject.description:
+        (directory / "etc/stbapp.schema.json").write_text(subject.description)
     file = directory / subject.file
     if subject.old is not None:
         file.write_bytes(subject.old)
@@ -202,7 +211,8 @@ class Box:
         seconds = time.monotonic() - start
         left = processes_left(process.pid)
         content, owner = state_of(file)
-        expected = {"var", "etc", "tmp", "etc/stbapp.conf", "report", subject.file}
+        expected = {"var", "etc", "tmp", "etc/stbapp.conf", "etc/stbapp.schema.json", "report",
+                    subject.file}
         others = sorted(re.sub(r"\.\w{6}$", ".XXXXXX", str(path.relative_to(directory)))
                         for path in directory.rglob("*")
                         if str(path.relative_to(directory)) not in expected)
