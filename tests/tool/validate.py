@@ -1,9 +1,9 @@
 #!/usr/bin/python3
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
-"""Usage: validate.py SCHEMA <OUTPUT
-Fails unless the output is JSON that a terminal can be shown and that the schema in the command's
-folder describes, and unless the schema refuses every output that differs in a field."""
+"""Usage: validate.py OUTPUT...
+Fails unless each output, a file NUMBER.SCHEMA, is JSON that a terminal can be shown and that the schema in
+the command's folder describes, and unless the schema refuses every output that differs in a field."""
 import copy
 import json
 import pathlib
@@ -63,7 +63,7 @@ def places_in(output, place=()):
         yield from places_in(part, (*place, name))
 
 
-def altered(output):
+def altered(name, output):
     """What was altered, and the output with it."""
     yield "a text in place of all", "text"
     yield "a list in place of all", WRONG
@@ -84,15 +84,21 @@ def altered(output):
         yield f"{where} with one field more", found
 
 
-name = f"{sys.argv[1]}.json"
+def validate(path):
+    name = path.name.partition(".")[2] + ".json"
+    require_closed(name)
+    output = parsed(path.read_text(encoding="utf-8"))
+    validator = jsonschema.Draft202012Validator(
+        SCHEMAS[name], resolver=jsonschema.RefResolver("", SCHEMAS[name], store=SCHEMAS))
+    errors = list(validator.iter_errors(output))
+    if errors:
+        sys.exit("\n".join(f"{name}: {list(error.absolute_path)}: {error.message}" for error in errors)
+                 + "\nin " + path.read_text(encoding="utf-8"))
+    for what, wrong in altered(name, output):
+        if validator.is_valid(wrong):
+            sys.exit(f"{name}: accepts an output that differs: {what}")
+
+
 require_closed("definitions.json")
-require_closed(name)
-output = parsed(sys.stdin.buffer.read().decode("utf-8"))
-validator = jsonschema.Draft202012Validator(
-    SCHEMAS[name], resolver=jsonschema.RefResolver("", SCHEMAS[name], store=SCHEMAS))
-errors = list(validator.iter_errors(output))
-if errors:
-    sys.exit("\n".join(f"{name}: {list(error.absolute_path)}: {error.message}" for error in errors))
-for what, wrong in altered(output):
-    if validator.is_valid(wrong):
-        sys.exit(f"{name}: accepts an output that differs: {what}")
+for argument in sys.argv[1:]:
+    validate(pathlib.Path(argument))
