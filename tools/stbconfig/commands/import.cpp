@@ -126,14 +126,7 @@ void tell(const Context &context, const writing::Change &change, const Entries &
                       QString("secrets that were not given and are removed: %1").arg(secrets),
                       "export --show-secrets gives them"});
     }
-    if (context.arguments.verbose) {
-        output::note(rows.isEmpty()
-                         ? Problem{context.files.writtenFile(), "unchanged", {}}
-                         : Problem{context.files.writtenFile(),
-                                   QString("settings that change: %1").arg(rows.size()),
-                                   "a running application sees that when it restarts or next "
-                                   "writes that file"});
-    }
+    tellCount(context, rows.size());
 }
 
 ExitStatus importSettings(const Context &context, const ImportOptions &own)

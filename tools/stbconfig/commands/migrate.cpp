@@ -4,6 +4,7 @@
 #include "arguments.h"
 #include "commands.h"
 #include "holdings.h"
+#include "setting.h"
 
 namespace {
 
@@ -153,14 +154,7 @@ void tell(const Context &context, const Plan &plan)
     output::rows(rows, format);
     for (const Problem &problem : plan.left)
         output::note(problem);
-    if (!context.arguments.verbose)
-        return;
-    output::note(rows.isEmpty()
-                     ? Problem{context.files.writtenFile(), "unchanged", {}}
-                     : Problem{context.files.writtenFile(),
-                               QString("settings that change: %1").arg(rows.size()),
-                               "a running application sees that when it restarts or next writes "
-                               "that file"});
+    tellCount(context, rows.size());
 }
 
 ExitStatus migrate(const Context &context, const MigrateOptions &own)

@@ -207,6 +207,18 @@ void tellOf(writing::Outcome outcome, const std::function<void()> &tell)
     }
 }
 
+void tellCount(const Context &context, qsizetype count)
+{
+    if (!context.arguments.verbose)
+        return;
+    const QString file = context.files.writtenFile();
+    output::note(count == 0
+                     ? Problem{file, "unchanged", {}}
+                     : Problem{file, QString("settings that change: %1").arg(count),
+                               "a running application sees that when it restarts or next writes "
+                               "that file"});
+}
+
 ExitStatus store(const Context &context, const Setting &setting, const QVariant &value,
                  const writing::Manner &manner)
 {

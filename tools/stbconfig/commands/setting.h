@@ -26,6 +26,9 @@ QString patternOf(const QString &word, const QString &where);
 /// Failure says so.
 void tellOf(writing::Outcome outcome, const std::function<void()> &tell);
 
+/// Says with -v how many settings of the written file change.
+void tellCount(const Context &context, qsizetype count);
+
 /// Stores the value in the written file, warns of what it hides or is misread as, and prints what
 /// JSON or --dry-run want to know.
 ExitStatus store(const Context &context, const Setting &setting, const QVariant &value,
