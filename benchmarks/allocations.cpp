@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <malloc.h>
 
-// Stands in front of the C library's allocator and counts. One thread only.
+// Stands in front of the C library's allocator and counts the calls of one thread.
 
 extern "C" {
 void *__libc_malloc(std::size_t size);

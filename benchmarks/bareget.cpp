@@ -5,8 +5,8 @@
 
 #include <cstdio>
 
-// What "stbconfig get" is measured against: a program that asks the same two files, and promises
-// nothing. Prints the setting, or ends with 1 if neither file holds it.
+// "stbconfig get" is measured against this program, which asks the same two files and promises
+// nothing. It prints the setting, or ends with 1 if neither file holds it.
 
 int main(int argc, char *argv[])
 {

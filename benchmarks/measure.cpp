@@ -33,7 +33,7 @@ int measure(int times, Operation operation)
     return 0;
 }
 
-// The same after the first times, which fill caches that are none of ours.
+// Does the same after a few first times, which fill caches that are not ours.
 template <typename Operation>
 int measureWarm(int times, Operation operation)
 {
@@ -113,7 +113,7 @@ int measureOf(const QByteArray &question, const char *argument)
     return 2;
 }
 
-// What every system can do: start in a fresh process, and write one value to its file.
+// Every system can do these: start in a fresh process, and write one value to its file.
 int measureAny(const char *question, const char *system)
 {
     const DataSet data;

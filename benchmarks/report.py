@@ -14,6 +14,8 @@ import sys
 import tempfile
 import time
 
+import plots
+
 HERE = pathlib.Path(__file__).resolve().parent
 ACCEPTED = HERE / "instructions.txt"
 TOLERANCE = 0.02
@@ -235,42 +237,6 @@ def sizes(build, small):
     return rows
 
 
-def plot_lookups(path, medians, systems):
-    import matplotlib
-    matplotlib.use("svg")
-    from matplotlib import pyplot
-    figure, axes = pyplot.subplots(figsize=(9, 4))
-    width = 0.8 / len(systems)
-    for number, system in enumerate(systems):
-        axes.bar([x + number * width for x in range(len(WINNERS))],
-                 [medians[f"lookup/{winner}/{system}"] for winner in WINNERS], width, label=system)
-    axes.set_xticks([x + 0.4 - width / 2 for x in range(len(WINNERS))], WINNERS)
-    axes.set_xlabel("storage that wins")
-    axes.set_ylabel("nanoseconds per lookup")
-    axes.legend(ncol=2, frameon=False)
-    for side in ("top", "right"):
-        axes.spines[side].set_visible(False)
-    figure.tight_layout()
-    figure.savefig(path, metadata={"Date": None})
-
-
-def plot_growth(path, lookups, starts):
-    import matplotlib
-    matplotlib.use("svg")
-    from matplotlib import pyplot
-    figure, axes = pyplot.subplots(figsize=(9, 4))
-    axes.loglog(SIZES, lookups, marker="o", label="lookup")
-    axes.loglog(SIZES, starts, marker="s", label="start and first lookup")
-    axes.set_xlabel("keys in the default file")
-    axes.set_ylabel("instructions")
-    axes.legend(frameon=False)
-    axes.grid(alpha=0.3)
-    for side in ("top", "right"):
-        axes.spines[side].set_visible(False)
-    figure.tight_layout()
-    figure.savefig(path, metadata={"Date": None})
-
-
 def report(programs, build, small):
     folder = build / "report"
     folder.mkdir(exist_ok=True)
@@ -348,8 +314,11 @@ def report(programs, build, small):
     }.items():
         text = text.replace(f"@{name}@", value.rstrip("\n"))
     (folder / "performance.md").write_text(text)
-    plot_lookups(folder / "performance-lookup.svg", medians, systems)
-    plot_growth(folder / "performance-growth.svg", lookups, starts)
+    plots.bars(folder / "performance-lookup.svg", "storage that wins", "nanoseconds per lookup", WINNERS,
+               {system: [medians[f"lookup/{winner}/{system}"] for winner in WINNERS]
+                for system in systems})
+    plots.curves(folder / "performance-growth.svg", "keys in the default file", "instructions", SIZES,
+                 {"lookup": lookups, "start and first lookup": starts})
     print(text)
     print(f"written to {folder}")
     return 0

@@ -7,8 +7,8 @@
 
 #include <benchmark/benchmark.h>
 
-// How long things take, one name "<question>/<case>/<system>" each. Run them interleaved and
-// compare medians within one run; scripts/benchmark does.
+// Measures how long things take, each under a name "<question>/<case>/<system>". Run them
+// interleaved and compare medians within one run, as scripts/benchmark does.
 
 namespace {
 

@@ -46,7 +46,7 @@ namespace stbconfig {
 class STBCONFIG_EXPORT IReadableBackend
 {
 public:
-    /// For the manager alone, which owns every storage.
+    /// The owning manager calls this; never delete a storage.
     virtual ~IReadableBackend() = default;
 
     /**

@@ -114,7 +114,8 @@ IStorableBackend *ConfigurationManager::independentStorage(const QString &name) 
     Q_D(const ConfigurationManager);
     const QMutexLocker locker(&d->mutex);
     const QString fileName = storagepaths::independentStoragePath(d->persistentStoragePrefix, name);
-    // Null for a new name, and for one whose storage could not be made the last time.
+    // The entry is null for a new name, and for a name whose storage could not be made the last
+    // time.
     QSharedPointer<IStorableBackend> &storage = d->independentStorages[name];
     if (!storage)
         storage = createQtSettingsIniBackend(fileName, d->errorHandler);

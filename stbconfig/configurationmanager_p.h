@@ -29,8 +29,8 @@ public:
         return manager->d_func();
     }
 
-    // The lookups of one registry each. Here, so that value() has them inline: a lookup consists of
-    // little else than calls of the storages.
+    // Each looks into one registry. They stand here so that value() has them inline: a lookup
+    // consists of little else than calls of the storages.
     QVariant readOnlyValue(const QString &group, const QString &key, QVariant &&defaultValue) const
     {
         return lookUp(snapshot(readableBackends), group, key, std::move(defaultValue));

@@ -5,7 +5,7 @@
 
 namespace stbconfig::constants {
 
-// The backend's name is part of the vocabulary although nothing reads it.
+// The backend's name belongs to the fixed words although nothing reads it.
 const QString qtSettingsIniBackend = QStringLiteral("QtSettingsIniBackend");
 const QString environmentPrefix = QStringLiteral("STBAPP_");
 const QString stbappConf = QStringLiteral("stbapp.conf");

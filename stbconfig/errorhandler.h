@@ -32,7 +32,7 @@ namespace stbconfig {
 class STBCONFIG_EXPORT IErrorHandler
 {
 public:
-    /// For the application alone: no earlier than the last manager that was given the handler.
+    /// Destroy a handler only after every manager that was given it.
     virtual ~IErrorHandler() = default;
 
     /**

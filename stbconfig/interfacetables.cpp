@@ -19,8 +19,8 @@ struct Witness
     Witness() { asm volatile("" ::: "memory"); }
 };
 
-// Never instantiated, hence abstract. "used" keeps the constructor although nobody calls it; clang 14
-// crashes if that is defaulted.
+// The class is abstract because nobody instantiates it. "used" keeps the constructor although
+// nobody calls it; clang 14 crashes if that is defaulted.
 template <typename Interface>
 struct Anchor : Interface, Witness
 {

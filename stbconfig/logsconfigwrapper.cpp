@@ -13,7 +13,7 @@ namespace {
 constexpr uint levelCount = 6;
 constexpr int errorLevel = 1;
 
-// Functions, so that loading the library constructs nothing for them.
+// These are functions, so that loading the library constructs nothing for them.
 QString loggingGroup() { return QStringLiteral("Logging"); }
 QString levelKey() { return QStringLiteral("level"); }
 QString responseLengthLimitKey() { return QStringLiteral("responseLengthLimit"); }
@@ -34,7 +34,7 @@ LogsConfigWrapperPrivate::Storages LogsConfigWrapperPrivate::storages() const
             configurationManager.readOnlyStorage(ConfigurationManager::StbappConfDefault)};
 }
 
-// The custom value if there is one, whatever it holds, else the default file's.
+// Returns the custom value if there is one, whatever it holds, else the default file's.
 QVariant LogsConfigWrapperPrivate::storedValue(const QString &key) const
 {
     const auto [custom, defaults] = storages();
@@ -61,18 +61,19 @@ bool LogsConfigWrapperPrivate::getBoolValue(const QString &key) const
 
 int LogsConfigWrapperPrivate::level() const
 {
-    // As unsigned numbers, so that one comparison rejects negative levels too.
+    // Compared as unsigned numbers, so that one comparison rejects negative levels too.
     const auto commandLineLevel = static_cast<uint>(configurationManager.cmdLineArgs().logLevel);
     if (commandLineLevel < levelCount)
         return static_cast<int>(commandLineLevel);
 
     const QVariant stored = storedValue(levelKey());
     const QString name = stored.toString();
-    // The table is made anew for each question, here as for every caller: nothing keeps one.
+    // stringLevelToIntLevel() makes a new table for every caller; nothing keeps one.
     if (LogsConfigWrapper::stringLevelToIntLevel().contains(name))
         return LogsConfigWrapper::stringLevelToIntLevel().value(name);
 
-    // A word that is no level reads as 0 and a number that is none as 1: not the same, on purpose.
+    // A word that is no level reads as 0 and a number that is no level as 1. They differ on
+    // purpose.
     const uint number = stored.toUInt();
     return number < levelCount ? static_cast<int>(number) : errorLevel;
 }

@@ -20,8 +20,8 @@ public:
     LogsConfigWrapperPrivate(LogsConfigWrapper *q, ConfigurationManager &manager);
 
     // The three reading rules differ in when they turn to the default file, and boxes in the field
-    // rely on it: a number does also when the custom value is no number, a boolean and the level
-    // only when there is no custom value.
+    // rely on that. A number turns to it also when the custom value is no number; a boolean and the
+    // level do so only when there is no custom value.
     int getIntValue(const QString &key) const;
     bool getBoolValue(const QString &key) const;
     int level() const;

@@ -14,7 +14,8 @@ QString settingsLocationName(ConfigurationManager::SettingsLocation location)
         return QStringLiteral("StbappConfDefault");
     case ConfigurationManager::EnvironmentVariables:
         return QStringLiteral("EnvironmentVariables");
-    // Nameless on purpose: these messages are matched word for word by those who collect them.
+    // The other locations have no name on purpose: those who collect these messages match them word
+    // for word.
     case ConfigurationManager::DhcpOptionsConf:
     case ConfigurationManager::TemporaryApplicationStorage:
         break;

@@ -203,7 +203,7 @@ TEST_F(IniFile, ThatIsMalformedStillTakesChanges)
     EXPECT_THAT(handler.messages(), IsEmpty());
 }
 
-// Nothing is forbidden to root, so the script runs in a process of an ordinary user.
+// Root may do everything, so the script runs in a process of an ordinary user.
 template <typename Script>
 void asOrdinaryUser(Script script)
 {

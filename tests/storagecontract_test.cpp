@@ -29,7 +29,7 @@ static const Storage writableStorages[] = {
      [](ConfigurationManager &manager) { return manager.independentStorage("channels"); }},
 };
 
-// What every writable storage promises, wherever it keeps its settings.
+// Every writable storage keeps these promises, wherever it keeps its settings.
 class WritableStorage : public SettingsFixture, public ::testing::WithParamInterface<Storage>
 {
 protected:
@@ -140,7 +140,7 @@ TEST_P(WritableStorage, CanBeReadThroughTheReadableInterface)
     EXPECT_THAT(readable.value("Video", "output"), IsText("hdmi"));
 }
 
-// The same pair is the same setting in every storage: only where it is kept differs.
+// The same pair is the same setting in every storage; only the place where it is kept differs.
 TEST_F(SettingsFixture, ASettingIsAddressedAlikeInEveryLocation)
 {
     for (const Location location : {CustomConfPersistent, TemporaryApplicationStorage,

@@ -70,7 +70,8 @@ struct Source
     const char *name;
 };
 
-// In the order of precedence: the first that holds a setting is the one that value() answers from.
+// The locations in the order of precedence: value() answers from the first one that holds the
+// setting.
 const Source sources[] = {
     {ConfigurationManager::CustomConfPersistent, "custom.conf"},
     {ConfigurationManager::TemporaryApplicationStorage, "memory"},

@@ -18,7 +18,7 @@ import tempfile
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 BUILD = ROOT / "build" / "coverage"
 TOOL = BUILD / "tools" / "stbconfig" / "stbconfig"
-# Nothing in interfacetables.cpp ever runs: it is there for the tables that its classes bring along.
+# Nothing in interfacetables.cpp ever runs; the file exists for the tables of its classes.
 OBJECTS = [BUILD / "tests" / "stbconfig_private_test", "-object", TOOL,
            "-instr-profile", BUILD / "profile",
            "-ignore-filename-regex", "interfacetables|_autogen|^/usr/|/tests/"]
@@ -31,7 +31,7 @@ def call(*command, **options):
 def build():
     with open(BUILD / "log", "w", encoding="utf-8") as log:
         try:
-            # The counters are in the file itself, so that a process may end in any way.
+            # The counters stand in the file itself, so that they survive however a process ends.
             call("cmake", "-S", ROOT, "-B", BUILD, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                  "-DCMAKE_CXX_COMPILER=clang++", "-DCMAKE_UNITY_BUILD=ON",
                  "-DSTBCONFIG_BUILD_EXAMPLES=OFF", "-DCMAKE_CXX_FLAGS=-fprofile-instr-generate "

@@ -29,7 +29,7 @@ WORK = ROOT / "build" / "mutation"
 COVERAGE = ROOT / "build" / "coverage"
 TOOL_PROGRAMS = ["description_test", "provenance_test", "rawfile_test"]
 
-# What is no statement, or none that can be left out by itself.
+# Lines that are no statement, or that cannot be left out by themselves.
 DECLARATION = re.compile(r"(using|return|class|struct|enum|template|friend|static|public|private|"
                          r"namespace|explicit|extern|typedef|break|Q_|~)|.*(= default|= 0|override);$",
                          re.DOTALL)
@@ -102,7 +102,7 @@ def generated():
     for path in sorted(paths):
         source = path.read_text()
         file = str(path.relative_to(ROOT))
-        # Without what is there for Qt 6 or for a sanitizer alone.
+        # Leaves out what is there only for Qt 6 or for a sanitizer.
         code = blanked(r"^#if QT_VERSION_MAJOR >= 6[^#]*#endif|^#else[^#]*#endif", source)
         code = blanked(r"//.*|^#.*", code)
         for begin, end, text in changes(code):
@@ -221,7 +221,7 @@ class Workplace:
         environment = {"STBCONFIG": command, "PROGRAM": command, "BUILD_DIR": self.build, "EMULATOR": "",
                        "QT_MAJOR": "5", "FAULTS_LIBRARY": self.build / "tests" / "libfaulty_calls.so"}
         names = "|".join(re.escape(case.name) for case in cases)
-        # What a mutant leaves behind ends with the process that began it.
+        # Processes that a mutant leaves behind end together with the process that started it.
         alone = ["unshare", "--pid", "--fork", "--kill-child", "--mount-proc"] if os.geteuid() == 0 else []
         with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as directory:
             os.chmod(directory, 0o711)
@@ -305,7 +305,7 @@ def main():
     if arguments.words:
         mutations = [m for m in mutations if any(word in m.title for word in arguments.words)]
     if arguments.sample:
-        # Of the command's by rules, most have met no test yet: these are for whole runs.
+        # Most mutants that rules make of the command have met no test yet, so only whole runs try them.
         mutations = [m for m in mutations if not m.title.startswith("tools/")]
         commit = run("git", "rev-parse", "HEAD").stdout
         mutations = random.Random(commit).sample(mutations, min(arguments.sample, len(mutations)))

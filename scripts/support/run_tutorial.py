@@ -25,7 +25,7 @@ if heading:
     text = introduction + "".join(section for section in sections if section.startswith(heading + "\n"))
     if text == introduction:
         sys.exit(f"run-tutorial: {page}: no heading \"{heading}\"")
-# What a page starts beside its commands ends with them.
+# Processes that a page starts in the background end with its commands.
 commands = ["set -eu", "trap 'kill $(jobs -p) 2>/dev/null || :' EXIT"]
 executed = []  # and what each is to print; None if the page does not say
 for name, kind, content in BLOCK.findall(text):
@@ -36,7 +36,7 @@ for name, kind, content in BLOCK.findall(text):
     elif name:
         commands.append(f"cat >'{name}' <<'END OF FILE'\n{content}END OF FILE")
     elif kind == "sh":
-        # Not in a subshell: a later block goes on in the same folder.
+        # The block does not run in a subshell, because a later one goes on in the same folder.
         commands.append(f"{{\n{content}}} >\"$PRINTED/{len(executed)}\" 2>&1")
         executed.append((content, None))
     elif kind == "text" and executed:

@@ -13,8 +13,8 @@ class IErrorHandler;
 class IReadableBackend;
 class IStorableBackend;
 
-// Each returns a new storage that nobody else holds. A handler may be null; a storage keeps it for
-// its whole life.
+// Each function returns a new storage that nobody else holds. A handler may be null; a storage
+// keeps it for its whole life.
 QSharedPointer<IStorableBackend> createQtSettingsIniBackend(const QString &fileName,
                                                             IErrorHandler *errorHandler);
 QSharedPointer<IReadableBackend> createEnvironmentReader(IErrorHandler *errorHandler);

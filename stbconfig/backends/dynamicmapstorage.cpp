@@ -32,8 +32,8 @@ public:
     {
         QStringList result;
         for (auto keys = groups.constBegin(); keys != groups.constEnd(); ++keys) {
-            // One substitution after the other, on purpose: a group that contains a place marker
-            // receives the key there, and clients see that spelling.
+            // The two are substituted one after the other on purpose: a group that contains a place
+            // marker receives the key there, and clients see that spelling.
             const QString pattern = QStringLiteral("%1/%2").arg(keys.key());
             for (auto entry = keys->constBegin(); entry != keys->constEnd(); ++entry)
                 result.append(pattern.arg(entry.key()));
@@ -54,7 +54,7 @@ public:
     }
 
 private:
-    // A group stays once it has been written to, also when its last key is removed.
+    // A group stays once it has been written to, even after its last key is removed.
     QMap<QString, QMap<QString, QVariant>> groups;
 };
 

@@ -31,13 +31,13 @@ public:
     {
         const QString name = variableName(group, key);
         const QString text = environment->value(name);
-        // Qt gives a null string for a variable that is set but empty, too.
+        // Qt gives a null string also for a variable that is set but empty.
         if (text.isNull() && environment->contains(name))
             return QStringLiteral(""); // clazy:exclude=empty-qstringliteral
         return text;
     }
 
-    // All variables, under their own names: which of them are settings cannot be told from a name.
+    // Lists all variables, under their own names, because no name tells whether it is a setting.
     QStringList allKeys() const override { return environment->keys(); }
 
 private:

@@ -47,14 +47,14 @@ public:
     }
 
 private:
-    // No case is special, empty names included: QSettings drops a "/" at either end, so an empty
-    // group means the top level, and in remove() an empty key means the whole group.
+    // Empty names need no case of their own: QSettings drops a "/" at either end, so an empty group
+    // means the top level, and in remove() an empty key means the whole group.
     static QString settingsKey(const QString &group, const QString &key)
     {
         return group % QLatin1Char('/') % key;
     }
 
-    // Asked anew for each change: a box can mount its partitions otherwise at any time.
+    // Each change asks anew, because a box can mount its partitions otherwise at any time.
     bool isWritableOrReport() const
     {
         if (settings->isWritable())

@@ -91,7 +91,7 @@ void checkNamesAndDefaults(const char *path)
           "all but the secret are seen");
 }
 
-// As the application converts what it asks for itself.
+// Converts a value as the application does with one that it asks for itself.
 int converted(const QVariant &value, int) { return value.toInt(); }
 bool converted(const QVariant &value, bool) { return value.toBool(); }
 QString converted(const QVariant &value, const QString &) { return value.toString(); }
@@ -152,7 +152,7 @@ void checkRules()
           "Audio/languages", "its values are the only items");
 }
 
-// What is stored is in the file of the box, and there for the next start.
+// Expects that what is stored is in the file of the box, for the next start.
 void checkStoring(const QString &prefix)
 {
     using namespace settings;

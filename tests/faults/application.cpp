@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 //
-// An application to which the tests beside it let things happen. It does what it is told on its
-// standard input, a command of JSON words in a line, and answers each with a line of JSON. At the
-// end of the input it destroys its manager and exits.
+// An application that the tests beside it put through faults. It does what its standard input says,
+// a command of JSON words in each line, and answers each with a line of JSON. At the end of the
+// input it destroys its manager and exits.
 
 #include "waysout.h"
 
@@ -49,7 +49,7 @@ stbconfig::IStorableBackend *custom()
     return manager->dynamicStorage(ConfigurationManager::CustomConfPersistent);
 }
 
-// Null is what neither JSON nor an INI file has a text for: nothing.
+// JSON's null stands for an invalid value, for which neither JSON nor an INI file has a text.
 QJsonValue toJson(const QVariant &value)
 {
     return value.isValid() ? QJsonValue(value.toString()) : QJsonValue();
@@ -149,7 +149,7 @@ QJsonValue becomeOrdinaryUser(const QStringList &)
         && setresuid(nobody, nobody, nobody) == 0;
 }
 
-// As an application finds it that knows nothing of SIGXFSZ.
+// Limits the file size as an application finds it that knows nothing of SIGXFSZ.
 QJsonValue limitFileSizeBySignal(const QStringList &words)
 {
     const rlimit limit{words[0].toULongLong(), RLIM_INFINITY};

@@ -10,7 +10,8 @@ using ::testing::IsEmpty;
 class CallFaults : public FaultsFixture
 {
 protected:
-    // What an application has left of the file after one change, of which it was told nothing.
+    // Returns what an application has left of the file after one change; nobody has reported a
+    // fault to it.
     QByteArray afterAChange(const char *faults)
     {
         writeCustomFile(before);
@@ -53,7 +54,7 @@ TEST_F(CallFaults, AReadThatFailsInTheMiddleLosesTheEndAndTellsNobody)
 TEST_F(CallFaults, AReadThatFailsInTheWriteBackLosesAllOtherEntriesAndTellsNobody)
 {
     writeCustomFile(before);
-    // The first two read the file when it is opened.
+    // The first two reads happen when the file is opened.
     Application application("read:custom.conf:EIO:3");
     open(application);
     EXPECT_EQ(application.value("Audio", "volume"), "7");

@@ -14,7 +14,7 @@ class ContentFaults : public FaultsFixture
 protected:
     void writeFile(const QByteArray &content) const { scratch.write("data/custom.conf", content); }
 
-    // The file after an application has read it whole and has changed it.
+    // Returns the file after an application has read all of it and has changed it.
     QByteArray rewritten(const QByteArray &content) const
     {
         writeFile(content);

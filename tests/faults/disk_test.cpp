@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-// A disk that cannot take the file: too full, too small, or not to be written.
+// A disk that cannot take the file, because it is too full, too small or read-only.
 
 #include "support.h"
 
@@ -20,7 +20,8 @@ protected:
             GTEST_SKIP() << "no mount namespaces here; run as root";
     }
 
-    // More than Qt collects before it writes: the first piece may find room and the last one not.
+    // This is more than Qt collects before it writes, so the first piece may find room and the last
+    // one not.
     static QByteArray largeContent()
     {
         QByteArray content = "[Large]\n";

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-// What the process may not have: permission, file descriptors, or large files.
+// A process that lacks permissions, file descriptors, or the right to large files.
 
 #include "support.h"
 

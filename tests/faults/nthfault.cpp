@@ -36,7 +36,7 @@
 #include <ucontext.h>
 #include <unistd.h>
 
-// A process of one thread is asked here, and nothing may be allocated.
+// The process has one thread, and nothing may be allocated here.
 // NOLINTBEGIN(concurrency-mt-unsafe,cert-env33-c)
 
 namespace {
@@ -69,8 +69,8 @@ struct Call
     Name file; // which of its arguments names the file, the new one where there are two
 };
 
-// Those that touch files and processes. Not close(), which closes whatever it says; not those for
-// memory, signals and time.
+// The calls that touch files and processes. close() is left out, because it closes the file even
+// when it fails, and so are the calls for memory, signals and time.
 constexpr Call calls[] = {
 // NOLINTNEXTLINE(cppcoreguidelines-macro-usage): no function makes a name of a word
 #define CALL(name, file)         \
@@ -153,8 +153,8 @@ constexpr std::size_t callCount = std::size(calls);
 
 using Arguments = std::array<long, 6>;
 
-// What is called with this as its sixth argument comes from here and passes. None of the calls has
-// more than five.
+// A call with this as its sixth argument comes from here and passes. None of the calls has more
+// than five arguments.
 constexpr std::uint32_t passHalf = 0x5ab1e;
 constexpr long pass = static_cast<long>((std::uint64_t{passHalf} << 32) | passHalf);
 
@@ -162,10 +162,10 @@ Report *report = nullptr;
 Fault fault = {};
 std::array<char, 256> from{};
 pid_t (*realFork)() = nullptr;
-// Shared by all processes, as the report is.
+// All processes share this, as they share the report.
 std::atomic<bool> *hasBegun = nullptr;
 
-// The number that the kernel gives back, below 0 for an error.
+// Returns the number that the kernel gives back, below 0 for an error.
 long pass5(long number, const Arguments &a)
 {
     const long result = syscall(number, a[0], a[1], a[2], a[3], a[4], pass);
@@ -188,7 +188,7 @@ bool isOfDescriptor(const Call &call, const Arguments &a)
     return !name || *name == '\0';
 }
 
-// The file that the call is for, as far as there is room for its name.
+// Returns the file that the call is for, as far as there is room for its name.
 void describe(const Call &call, const Arguments &a, std::array<char, longestPath> &text)
 {
     if (isOfDescriptor(call, a)) {
@@ -207,7 +207,7 @@ void describe(const Call &call, const Arguments &a, std::array<char, longestPath
         std::snprintf(text.data(), text.size(), "%s", reinterpret_cast<const char *>(path));
 }
 
-// As much as a report takes.
+// Copies as much as a report takes.
 const char *endOf(const char *path)
 {
     constexpr std::size_t most = lengthOfText - 20;
@@ -236,8 +236,8 @@ bool isNext(const char *name, const char *file)
     return fails;
 }
 
-// A call that a signal interrupts is made again. The signals that come on and on interrupt every
-// other call of a kind, so that whoever tries again gets on.
+// Programs repeat a call that a signal interrupts. Signals that keep coming interrupt only every
+// other call of a kind, so that a second try succeeds.
 bool isSpared(const Call &call)
 {
     static std::array<bool, callCount> wasInterrupted{};
@@ -351,7 +351,7 @@ __attribute__((constructor)) void start()
     close(descriptor);
     if (!hasBegun || !memory)
         giveUp("no memory to share");
-    // What this process starts is not meant.
+    // The faults are not meant for what this process starts.
     unsetenv("LD_PRELOAD");
     unsetenv("NTH_FAULT");
     if (!fault.isOfMemory && !trapCalls())
@@ -381,7 +381,7 @@ bool isAllocationToFail()
 
 extern "C" {
 
-// The C library's own.
+// These are the C library's own functions.
 void *__libc_malloc(std::size_t size);
 void *__libc_calloc(std::size_t count, std::size_t size);
 void *__libc_realloc(void *memory, std::size_t size);
@@ -398,7 +398,7 @@ void *realloc(void *memory, std::size_t size)
     return isAllocationToFail() ? nullptr : __libc_realloc(memory, size);
 }
 
-// What the libraries do before main() is not the program's.
+// What the libraries do before main() does not count as the program's.
 int __libc_start_main(Main main, int count, char **words, void (*start)(), void (*end)(),
                       void (*loaderEnd)(), void *stack)
 {

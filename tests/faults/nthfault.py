@@ -38,7 +38,7 @@ SPANS = ("once", "on")
 LIMIT = 35  # seconds: what a command may take at most
 SKIPPED = 77
 
-# As nthfault.cpp has it.
+# The same layout as in nthfault.cpp.
 HEAD, TEXT, MOST = 8, 120, 8192
 
 OLD = b"[Audio]\nvolume=7\n\n[Video]\noutput=hdmi\nrate=50\n"
@@ -165,7 +165,7 @@ class Box:
         memory = pathlib.Path("/dev/shm")
         self.place = tempfile.mkdtemp(
             prefix="nthfault.", dir=memory if os.access(memory, os.W_OK) else None)
-        # Whoever loses its parent becomes a child of this process, which can wait for it then.
+        # A process that loses its parent becomes a child of this one, which can then wait for it.
         ctypes.CDLL(None).prctl(36, 1, 0, 0, 0)  # PR_SET_CHILD_SUBREAPER
 
     def close(self):
@@ -271,8 +271,8 @@ def is_fault_of_command(kind, file, told):
 
 
 
-# What an application may lose, and the test of the row of docs/reliability.md that says so: the file,
-# who tells the application, the call that fails, the test.
+# What an application may lose, and the test of the row of docs/reliability.md that says so. Each line has the
+# file, who tells the application, the call that fails, and the test.
 LOSSES = (
     ("old", "report", ".*", "PermissionFaults.ANewFileInADirectoryThatIsNotWritableIsReported"),
     ("old", "invalid", ".*", "DiskFaults.AFullDiskLosesTheChangeInSilence"),
@@ -318,7 +318,7 @@ class Verdicts:
             is_fault = row is None
             told += f" ({row})" if row and row != "-" else ""
         left = ", ".join(run.left_files) + (" processes" if run.left_processes else "")
-        # Whoever cannot remove a file leaves it; who cannot hear its child must end it.
+        # A process that cannot remove a file leaves it; one that cannot hear its child must end it.
         if left and subject.is_command and fault.kind == "call":
             is_fault |= fault.span == "once" and not call.startswith(("unlink", "poll"))
         is_fault |= run.is_hung or run.left_processes
@@ -355,7 +355,7 @@ def seed():
     return head.stdout.strip()[:12] or "0"
 
 
-# The calls on which it depends which file there is.
+# These calls decide which file there is.
 WRITING = re.compile(r"(write|fsync|fdatasync|linkat|rename|unlink|fchmod|fchown|flock)\b|fork|wait4")
 
 

@@ -13,7 +13,7 @@ NEW = {**OLD, "Video/output": "scart"}
 LESS = {key: text for key, text in OLD.items() if key != "Video/output"}
 FIRST = {"Video/output": "scart"}
 
-# What an application is told.
+# The commands that the application gets.
 SET = ["set", "Video", "output", "scart"]
 TURN = ["turn"]
 

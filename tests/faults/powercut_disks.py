@@ -40,7 +40,7 @@ WITHOUT_JOURNAL = (2).to_bytes(4, sys.byteorder)
 # BTRFS_IOC_START_SYNC and BTRFS_IOC_WAIT_SYNC: unlike sync(), they leave the data of files alone.
 START_SYNC = 0x80089418
 WAIT_SYNC = 0x40089416
-# What the three take at most until they write their journals by themselves, in seconds.
+# The most seconds that each of the three waits before it writes its journal by itself.
 LONGEST_INTERVAL = 30
 
 
@@ -76,7 +76,7 @@ class Disk:
         run("mount", "-o", "loop", "-t", self.kind, self.image, self.top)
 
     def unmount(self):
-        # Whoever was killed may still be about to close a file.
+        # A killed process may still be about to close a file.
         for attempt in range(50):
             if subprocess.run(["umount", self.top], stderr=subprocess.DEVNULL,
                               check=False).returncode == 0:

@@ -102,7 +102,7 @@ class Directory:
         for nodes in itertools.product(*(dict.fromkeys(self.entries[name]) for name in names)):
             present = [(name, node) for name, node in zip(names, nodes) if node]
             distinct = list(dict.fromkeys(node for _, node in present))
-            # Two names of one file show the same.
+            # Two names of one file show the same content.
             for contents in itertools.product(*(node.possible() for node in distinct)):
                 content = dict(zip(distinct, contents))
                 yield "directory", tuple((name, content[node]) for name, node in present)
@@ -164,7 +164,7 @@ class Disk:
         self.opened = {}  # by process and descriptor
         self.forgotten = ()  # "file" or "directory": their flushes count for nothing
 
-    # Where a path leads: the directory and the name in it, or nothing outside the root.
+    # Returns the directory that a path leads to, and the name in it; nothing for a path outside the root.
     def place(self, call, path):
         if not path.startswith("/"):
             raise Unknown(f"relative path: {call}")

@@ -29,7 +29,8 @@ class KillFaults : public FaultsFixture
 protected:
     static constexpr int entries = 2000;
 
-    // The entries of one write are all alike, and there are all of them; none before the first.
+    // All entries of one write are alike, and none is missing; before the first write there are
+    // none.
     bool isWhole() const
     {
         if (!QFile::exists(customFile()))
@@ -61,7 +62,7 @@ TEST_F(KillFaults, AKilledWriterLeavesTheOldFileOrTheNewOneAndHoldsUpNobody)
     for (int round = 0; round < rounds; ++round) {
         Application application;
         open(application);
-        // The successor of the one killed before would wait 30 seconds for a lock that holds.
+        // The next process would wait 30 seconds for a lock that holds.
         const QDateTime start = QDateTime::currentDateTimeUtc();
         application.ask({"set many", "Torn", QString::number(entries), "successor"});
         application.turnEventLoop();
@@ -119,7 +120,7 @@ class LockFaults : public FaultsFixture
 protected:
     QString lock() const { return customFile() + ".lock"; }
 
-    // Leaves a lock behind that was last changed so many seconds ago.
+    // Leaves a lock behind whose last change is so many seconds old.
     void leaveLock(const QByteArray &content, int age) const
     {
         QFile file(scratch.write("data/custom.conf.lock", content));
@@ -135,7 +136,7 @@ protected:
             + boot + '\n';
     }
 
-    // Whether a write is done in that time. One that waits longer is let off by the lock's removal.
+    // Tells whether a write is done in that time. Removes the lock if a write waits longer.
     bool writesWithin(int seconds)
     {
         Application application;
@@ -165,7 +166,7 @@ protected:
                   0);
     }
 
-    // Whether the application waits for an old lock, which it never gets. It has to be killed.
+    // Tells whether the application waits for an old lock. It never gets it and has to be killed.
     bool holdsAWriteWithoutEnd(const QStringList &before = {"keys"})
     {
         Application application;

@@ -1,8 +1,7 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-// The programs in qt/ still show what they are there for. One that does not any more means that a new
-// Qt has got better.
+// The programs in qt/ still show their faults. If one does not any more, a new Qt has got better.
 
 #include "support.h"
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-// Several threads on one manager: what holds under load, and which change can be forgotten.
+// Several threads use one manager: what holds under load, and which change can be forgotten.
 
 #include "support.h"
 #include "waysout.h"
@@ -41,7 +41,8 @@ void waitFor(const std::atomic_bool &flag)
 
 } // namespace stretched
 
-// In the places of the C library's. The event loop flushes while it holds the lock of the values.
+// These stand in the places of the C library's functions. The event loop flushes while it holds the
+// lock of the values.
 extern "C" int fdatasync(int descriptor)
 {
     if (stretched::isWanted && !stretched::isOther) {
@@ -77,7 +78,7 @@ class ThreadFaults : public FaultsFixture
 protected:
     using Clock = std::chrono::steady_clock;
 
-    // In memory there are many more writes in the time.
+    // A file system in memory takes many more writes in the same time.
     void SetUp() override
     {
         FaultsFixture::SetUp();
@@ -183,7 +184,7 @@ TEST_F(ThreadFaults, AForgottenChangeIsWrittenWithTheNextOne)
     EXPECT_EQ(contentOf(customFile()), "[Video]\noutput=second\nrate=50\n");
 }
 
-// How often that happens by itself is only counted.
+// Only counts how often that happens by itself.
 TEST_F(ThreadFaults, AChangeThatTheEventLoopForgetsIsForgottenForEver)
 {
     int changes = 0;

@@ -30,7 +30,7 @@ void whenWritten(const stbconfig::IReadableBackend *storage, Callback callback)
         QCoreApplication::instance(), [=] { callback(storage->isValid()); }, Qt::QueuedConnection);
 }
 
-// A file keeps no types, but for lists.
+// A file keeps no types but that of a list.
 inline QString textOf(const QVariant &value)
 {
     const bool isList = value.userType() == QMetaType::QStringList;
@@ -56,7 +56,7 @@ inline bool isOnDisk(const QString &file, const stbconfig::IReadableBackend *sto
            });
 }
 
-// To be asked before the first change: a file that could not be read counts as empty, and the change
+// Ask this before the first change: a file that could not be read counts as empty, and the change
 // would be written in the place of all that is in it.
 inline bool wasRead(const QString &file, const stbconfig::IReadableBackend *storage)
 {
@@ -65,8 +65,8 @@ inline bool wasRead(const QString &file, const stbconfig::IReadableBackend *stor
     return storage->isValid() && looksEmpty == isEmpty && isOnDisk(file, storage);
 }
 
-// Writes what was changed so far, and tells whether a power cut can no longer take it back. To be
-// called in the thread that made the manager.
+// Writes what was changed so far, and tells whether a power cut can no longer take it back. Call
+// it in the thread that made the manager.
 inline bool makeDurable(const QString &file, const stbconfig::IReadableBackend *storage)
 {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::UpdateRequest); // Qt's note to write
@@ -74,7 +74,7 @@ inline bool makeDurable(const QString &file, const stbconfig::IReadableBackend *
     for (const QString &path : {written.filePath(), written.path()}) {
         const int descriptor = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
         const bool isFlushed = fsync(descriptor) == 0;
-        // What is read next comes from the disk: a flush by Qt that failed is not told again.
+        // The next read must come from the disk: a flush by Qt that failed is not told again.
         posix_fadvise(descriptor, 0, 0, POSIX_FADV_DONTNEED);
         ::close(descriptor);
         if (!isFlushed)
@@ -99,7 +99,7 @@ inline void setFromAnyThread(QObject *object, stbconfig::IStorableBackend *stora
         object, [=] { storage->setValue(group, key, value); }, Qt::QueuedConnection);
 }
 
-// To be called before the manager is made, by the only process that writes the file.
+// Call this before the manager is made, in the only process that writes the file.
 inline void dropEmptyLock(const QString &file)
 {
     const QFileInfo lock(file + ".lock");

@@ -25,7 +25,7 @@ public:
     QString persistentPrefix() const { return directory + "/data/"; }
     QString defaultPrefix() const { return directory + "/etc/"; }
 
-    /// Of the box, or of something in it.
+    /// Returns the path of the box, or of something in it.
     QString path(const QString &name = {}) const
     {
         return directory + (name.isEmpty() ? "" : "/") + name;
@@ -45,7 +45,7 @@ class MessageCollector final : public stbconfig::IErrorHandler
 public:
     void handleError(const QString &message) override { received.append(message); }
 
-    /// What was reported since the last call.
+    /// Returns what was reported since the last call.
     QStringList take() { return std::exchange(received, {}); }
 
 private:

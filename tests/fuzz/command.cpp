@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-// Any files, variables and words: what the command says it has written is written, and nothing else;
-// whatever it refuses leaves everything as it was, and so does whatever only reads; it never dies,
+// Runs the command with any files, variables and words. What it says it has written is written, and
+// nothing else. What it refuses, and what only reads, leaves everything as it was. It never dies,
 // hangs, or shows what a terminal would obey.
 
 #include "box.h"
@@ -34,7 +34,7 @@ QString fromUtf8(const QByteArray &bytes)
 
 bool isUtf8(const QByteArray &bytes) { return fromUtf8(bytes).toUtf8() == bytes; }
 
-// What a terminal obeys or hides.
+// Tells whether a terminal obeys or hides it.
 bool isPlain(const QByteArray &bytes)
 {
     const QVector<uint> characters = fromUtf8(bytes).toUcs4();
@@ -110,7 +110,7 @@ private:
         expect(false, fact, about);
     }
 
-    // Whoever reads the report has a terminal, too.
+    // A person reads the report on a terminal, too.
     static QByteArray escaped(const QByteArray &bytes)
     {
         QByteArray result;
@@ -144,7 +144,7 @@ private:
         QByteArray lines = end.said;
         require(lines.isEmpty() || lines.endsWith('\n'), "what is said ends with its line");
         lines.chop(1);
-        // A sanitizer says more, but what Qt dies of it may.
+        // Only a sanitizer may say more, where Qt dies.
         const QList<QByteArray> all = lines.isEmpty() ? QList<QByteArray>() : lines.split('\n');
         for (const QByteArray &line : all) {
             require(scenario.holdsPacked || line.startsWith("stbconfig: "),
@@ -173,7 +173,7 @@ private:
             judgeUntouched(after, end.status != 0);
     }
 
-    // A writer that gives up may have taken a lock, and put the old file back.
+    // A writer that gives up may have taken a lock and put the old file back.
     void judgeUntouched(const Snapshot &after, bool isWriter) const
     {
         require(after.keys() == before.keys(), "no file comes or goes", after.keys().join(' '));
@@ -198,7 +198,7 @@ private:
         require(fitsSchema(value, name), "the JSON fits its schema:", name);
     }
 
-    // After the run, which has changed no secret.
+    // Looks after the run, which has changed no secret.
     void judgeSecret() const
     {
         if (scenario.command == "get" || scenario.showsSecrets || scenario.command == "complete")
@@ -223,7 +223,7 @@ private:
             if (!holding)
                 return;
             for (auto it = holding->begin(); it != holding->end(); ++it) {
-                // An open quote makes names of what follows.
+                // An open quote makes names of the lines that follow.
                 const bool isHidden = it.key().section('/', -1) == "password";
                 if (it.key().contains(secret)
                     || (it->texts.join(' ').contains(secret) && !isHidden))
@@ -346,7 +346,7 @@ private:
             words << "--as-root";
         words << "--" << scenario.group->toUtf8() << scenario.key.toUtf8();
         const End got = run(scenario.startOf(words));
-        // Whatever else is wrong with the other files is no matter of the write.
+        // Other faults of the other files do not concern the write.
         if (got.status == 3 && !defaults)
             return;
         require(got.status == 0, "what is set can be got:", fromUtf8(got.said));
@@ -365,7 +365,7 @@ private:
             judgeList();
     }
 
-    // Which of the files answers.
+    // Says which of the files answers.
     const Found *answer(const QString &name) const
     {
         const auto custom = written->constFind(name);

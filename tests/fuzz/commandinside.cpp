@@ -1,8 +1,9 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-// The command as a part of the fuzz target. It forks, and each of its processes ends by _Exit: there
-// each adds what it has covered to a memory that all share, and the fuzzer takes it from there.
+// The command as a part of the fuzz target. It forks, and each of its processes ends by _Exit.
+// Before that, each adds what it has covered to a memory that all share, from where the fuzzer
+// takes it.
 
 #include "process.h"
 
@@ -33,7 +34,7 @@ std::size_t counters()
     return static_cast<std::size_t>(__stop___sancov_cntrs - __start___sancov_cntrs);
 }
 
-// Made before anything forks.
+// This is made before anything forks.
 unsigned char *const shared = static_cast<unsigned char *>(
     mmap(nullptr, counters(), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
 

@@ -1,8 +1,9 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-// Any bytes as the description of the settings: the reader comes back. What it refuses has a place in
-// the text; what it accepts obeys its own rules, and files give its names and values back.
+// Reads any bytes as the description of the settings. The reader always returns. What it refuses
+// has a place in the text; what it accepts obeys its own rules, and files give its names and values
+// back.
 
 #include "box.h"
 #include "input.h"

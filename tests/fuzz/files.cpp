@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-// Any bytes as custom.conf and, after the first NUL, as stbapp.conf: every reader comes back, and
-// what one of them says agrees with what the others say.
+// Reads any bytes as custom.conf and, after the first NUL, as stbapp.conf. Every reader returns,
+// and what one of them says agrees with what the others say.
 
 #include "box.h"
 #include "input.h"
@@ -25,7 +25,7 @@ void see(uint kind, uint what) { seen[(kind * 64 + what % 64) % 256] = 1; }
 void readAll(const ConfigurationManager &manager, ConfigurationManager::SettingsLocation location)
 {
     const IReadableBackend &file = *manager.readOnlyStorage(location);
-    // A file is parsed section by section: what is asked first must not change the answer.
+    // Qt parses a file section by section; the order of the questions must not change the answers.
     const QVariant before = file.value("Logging", "level");
     const QStringList names = file.allKeys();
     expectSame(file.value("Logging", "level"), before, "a value stays while others are read");

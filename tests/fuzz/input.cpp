@@ -17,7 +17,8 @@ bool isPackedByQt(const QByteArray &content)
         for (const char *word : {"@Variant(", "@DateTime("}) {
             pattern += pattern.isEmpty() ? "" : "|";
             for (const char *letter = word; *letter != '\0'; ++letter) {
-                // As it is, in hexadecimal or in octal, and then whatever the parser may drop.
+                // The byte as it is, in hexadecimal or in octal, and then whatever the parser may
+                // drop.
                 pattern += QString("(?:%1|\\\\x[0-9a-f]*%2|\\\\[0-7]*%3)(?:[\"\\x80-\\xff]|\\\\.)*")
                                .arg(QRegularExpression::escape(QString(*letter)))
                                .arg(uint(*letter), 0, 16)

@@ -39,22 +39,22 @@ public:
         return table[byte() % size];
     }
 
-    /// Up to 31 UTF-16 units, paired or not.
+    /// Returns up to 31 UTF-16 units, paired or not.
     QString text();
 
-    /// A name that is likely to come again, ordinary or hostile.
+    /// Returns a name that is likely to come again, ordinary or hostile.
     QString knownName();
 
-    /// One of the above.
+    /// Returns one of the above.
     QString name() { return flag() ? knownName() : text(); }
 
-    /// A group and a key. Most of the time one of a few, so that storages hold the same.
+    /// Returns a group and a key, most of the time one of a few, so that storages hold the same.
     Pair pair();
 
-    /// A text that some reader understands, or nearly.
+    /// Returns a text that some reader understands, or nearly.
     const char *word();
 
-    /// A value of any of the types that applications store.
+    /// Returns a value of any of the types that applications store.
     QVariant value();
 
 private:

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-// Any sequence of operations on all storages of one manager: after each of them every storage, the
-// merged lookup and the logging settings are what a simple model of them says.
+// Does any sequence of operations on all storages of one manager. After each of them every storage,
+// the merged lookup and the logging settings are what a simple model says.
 
 #include "box.h"
 #include "input.h"
@@ -111,7 +111,7 @@ struct Session
     }
 };
 
-// Written here, not by the library: hence names that need no escapes.
+// The test writes this file itself, so its names must need no escapes.
 void writeDefaults(Input &input, Session &session)
 {
     QByteArray content;
@@ -153,7 +153,7 @@ void change(Input &input, IStorableBackend &storage, Model &model, const QString
     expectKeys(storage, model);
 }
 
-// Whether a named storage can be written is the file system's affair: a message tells.
+// The file system decides whether a named storage can be written; a message tells.
 void changeNamed(Input &input, const ConfigurationManager &manager, Session &session,
                  const QString &group, const QString &key)
 {

@@ -40,7 +40,7 @@ Ends makePipe()
     return {pipe[0], pipe[1]};
 }
 
-// Hands everything on as it is. Where there are no terminals, it is a pipe.
+// Opens a terminal that hands everything on as it is, or a pipe where there are no terminals.
 Ends makeTerminal()
 {
     Ends ends;
@@ -88,7 +88,7 @@ void setVariables(const QList<QByteArray> &variables)
 }
 // NOLINTEND(concurrency-mt-unsafe)
 
-// False at its end.
+// Returns false at its end.
 bool take(int descriptor, QByteArray &into)
 {
     std::array<char, 65536> buffer{};

@@ -32,18 +32,18 @@ struct End
 /// Runs the command, and ends it if it takes longer than any command may.
 End run(const Start &start);
 
-/// The words and variables as a shell would be given them.
+/// Returns the words and variables as a person would type them in a shell.
 QByteArray asShell(const Start &start);
 
-/// What the work returns in a forked process, which leaves nothing behind in this one; nothing if
-/// it dies.
+/// Runs the work in a forked process, which leaves nothing behind in this one, and returns its
+/// result; nothing if it dies.
 QByteArray inChild(const std::function<QByteArray()> &work);
 
 /// Becomes the command, in one of two ways: see commandinside.cpp and commandoutside.cpp.
 [[noreturn]] void beCommand(QList<QByteArray> words);
-/// Called in the process that has run the command, once that is over.
+/// This is called in the process that has run the command, once that is over.
 void takeCoverage();
-/// Called in a new process that a failure is to end, and no more than that.
+/// This is called in a new process, so that a failure ends that process and no other.
 void forgetFuzzer();
 /// Ends a forked process.
 [[noreturn]] void leave(int status);

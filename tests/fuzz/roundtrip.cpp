@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-// Any names and values are written to a file, the manager is destroyed and another one reads the
-// file: what comes back is what was written, but for what docs/ini-files.md lists.
+// Writes any names and values to a file, destroys the manager and lets another one read the file.
+// What comes back is what was written, but for what docs/ini-files.md lists.
 
 #include "box.h"
 #include "input.h"

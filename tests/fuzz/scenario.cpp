@@ -15,7 +15,7 @@ namespace {
 
 constexpr uid_t anotherUser = 65534;
 
-// As they are spelled in a file.
+// Names as a file spells them.
 const QByteArray sections[] = {
     "a",     "Video",   "User",     "Logging", "a",         "A",       "b",
     "Video", "Logging", "Profile",  "User",    "General",   "general", "%General",
@@ -116,7 +116,7 @@ const QByteArray packed[] = {
 
 const QByteArray ends[] = {"\n", "\n", "\n", "\n", "\n", "\n", "\r\n", "\r", "", "\\\n"};
 
-// As a person types them.
+// Names as a person types them.
 const QString groups[] = {
     "a",
     "Video",
@@ -303,7 +303,7 @@ bool begins(const QList<QByteArray> &words, const char *beginning)
     });
 }
 
-// One of the first four most of the time, so that the words name what the files hold.
+// Returns one of the first four most of the time, so that the words name what the files hold.
 template <typename T, std::size_t size>
 const T &likely(Input &input, const T (&table)[size])
 {
@@ -330,7 +330,7 @@ Scenario::Scenario(Input &input, Box &used)
     isWild = how % 8 == 7;
     start.isTerminal = (how & 8U) != 0;
     hasRoot = how >= 0xf0;
-    // Before the files, so that a change of theirs leaves it alone.
+    // This comes before the files, so that a change of theirs leaves it alone.
     const QByteArray chosen = input.oneOf(commands);
     if (!isWild)
         command = chosen;
@@ -417,7 +417,7 @@ void Scenario::makeFiles(Input &input)
     isStrange = true;
 }
 
-// Once the command is known, as it names the file.
+// This comes once the command is known, because the command names the file.
 void Scenario::makeObstacles(Input &input)
 {
     isOrdinary = !isWild && !isStrange && !hasRoot && !storage;

@@ -27,7 +27,7 @@ struct Scenario
     QString defaults;
     Start start;
 
-    // What the command was told, as far as it is known. Of a wild one, nothing is.
+    // What is known of the command's words. Nothing is known of a wild command.
     bool isWild = false;
     QByteArray command;
     std::optional<QString> group; // of the setting

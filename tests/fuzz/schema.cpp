@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-// As much of JSON Schema as the command's schemas use. tests/tool/validate.py knows all of it, and
-// takes longer to start than a run takes here.
+// Knows as much of JSON Schema as the command's schemas use. tests/tool/validate.py knows all of
+// it, but takes longer to start than a run takes here.
 
 #include "schema.h"
 
@@ -162,7 +162,7 @@ private:
         return isKnown(word);
     }
 
-    // So that no rule of a schema is forgotten here.
+    // An unknown rule is a failure, so that none of a schema is forgotten here.
     static bool isKnown(const QString &word)
     {
         static const QStringList others{

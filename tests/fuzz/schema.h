@@ -7,7 +7,7 @@
 #include <QtCore/QJsonValue>
 #include <QtCore/QString>
 
-/// Whether the value is what the schema "NAME.json" of the command's folder describes.
+/// Tells whether the value is what the schema "NAME.json" of the command's folder describes.
 bool fitsSchema(const QJsonValue &value, const QString &name);
 
 #endif

@@ -25,7 +25,7 @@ struct OnDisk
 
 using Snapshot = QMap<QString, OnDisk>;
 
-/// Everything in the directory, by its path.
+/// Returns everything in the directory, by its path.
 Snapshot snapshotOf(const QString &directory);
 
 /// A value that a file holds: what it is, for comparing, and the texts that a person sees.
@@ -38,7 +38,7 @@ struct Found
 
 using Holding = QMap<QString, Found>;
 
-/// What Qt reads from each file; nothing if it cannot, or dies of one of them.
+/// Returns what Qt reads from each file; nothing if it cannot, or dies of one of them.
 QVector<std::optional<Holding>> holdingsOf(const QStringList &files);
 
 #endif

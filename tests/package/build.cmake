@@ -18,7 +18,7 @@ function(build name source)
   run("${CMAKE_COMMAND}" --build "${WORK_DIR}/${name}")
 endfunction()
 
-# The compiler alone does not say that it compiles for another machine.
+# CMake cannot see from the compiler alone that it compiles for another machine.
 if(TOOLCHAIN_FILE)
   set(CROSS "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN_FILE}")
 endif()

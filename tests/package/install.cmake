@@ -9,7 +9,7 @@ foreach(major IN LISTS QT_MAJORS)
     -DSTBCONFIG_BUILD_TOOLS=OFF -DCMAKE_INSTALL_LIBDIR=lib "-DSTBCONFIG_QT_MAJOR=${major}")
   run("${CMAKE_COMMAND}" --install "${WORK_DIR}/release-qt${major}" --prefix "${WORK_DIR}/first")
 endforeach()
-# Whoever uses the package finds it where it was not installed.
+# The package is moved, so that its users find it where it was not installed.
 file(RENAME "${WORK_DIR}/first" "${WORK_DIR}/installed")
 
 file(GLOB_RECURSE headers RELATIVE "${WORK_DIR}/installed/include" "${WORK_DIR}/installed/include/*")

@@ -5,7 +5,7 @@
 
 set(programs "${WORK_DIR}/installpackages")
 file(REMOVE_RECURSE "${programs}")
-# On this system no package is installed, and there is nothing else.
+# This stands in for a system on which no package is installed.
 file(WRITE "${programs}/dpkg-query" "#!/bin/sh\n")
 file(WRITE "${programs}/id" "#!/bin/sh\necho 1000\n")
 execute_process(COMMAND chmod +x "${programs}/dpkg-query" "${programs}/id")

@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
 #
-# What scripts/release refuses, and what it leaves. In a small repository in which short scripts stand in
+# Tries what scripts/release refuses and what it leaves, in a small repository in which short scripts stand in
 # for those that build.
 
 setup()

@@ -80,7 +80,7 @@ TEST(BackendFactories, EachMemoryIsEmpty)
 
 namespace {
 
-// The rule in its plainest form, without the short cut for ASCII.
+// Says the rule in its plainest form, without the short cut for ASCII.
 QString plainVariableName(const QString &group, const QString &key)
 {
     return "STBAPP_" + group.toUpper() + "_" + key.toUpper();

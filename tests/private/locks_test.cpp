@@ -42,7 +42,7 @@ protected:
         return !isFree;
     }
 
-    // Whether the system says that a thread of this process sleeps.
+    // Tells whether a thread of this process sleeps.
     static bool isAsleep(pid_t thread)
     {
         QFile file(QString("/proc/self/task/%1/stat").arg(thread));
@@ -50,8 +50,9 @@ protected:
         return status.mid(status.lastIndexOf(')') + 2, 1) == "S";
     }
 
-    // Whether the call sleeps while somebody else holds the manager's lock: not whether it has
-    // returned after some time, which a thread that has not even started has not either.
+    // Tells whether the call sleeps while another thread holds the manager's lock. It would not do
+    // to ask whether the call has returned after some time: neither has that of a thread which has
+    // not even started.
     bool waitsForTheLock(const std::function<void()> &call)
     {
         std::atomic<pid_t> thread{0};

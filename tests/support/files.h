@@ -8,7 +8,7 @@
 #include <QtCore/QString>
 #include <QtCore/QTemporaryDir>
 
-/// A directory of the test's own, removed when the test is over.
+/// A directory for one test, which is removed when the test is over.
 class ScratchDirectory
 {
 public:
@@ -27,7 +27,7 @@ private:
     QTemporaryDir directory;
 };
 
-/// The bytes of a file. Fails the test if it cannot be read.
+/// Returns the bytes of a file. Fails the test if it cannot be read.
 QByteArray contentOf(const QString &path);
 
 #endif

@@ -40,7 +40,8 @@ protected:
     QString customFile() const { return scratch.path("data/custom.conf"); }
     QString defaultFile() const { return scratch.path("etc/stbapp.conf"); }
 
-    /// Puts a text into a location. All but the memory's must be there before the manager is.
+    /// Puts a text into a location. The memory takes it at any time; the others only before the
+    /// manager is made.
     void hold(Location location, const char *group, const char *key, const char *text);
     void writeDefaultFile(const char *content) { scratch.write("etc/stbapp.conf", content); }
     void writeCustomFile(const char *content) { scratch.write("data/custom.conf", content); }

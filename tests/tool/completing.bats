@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
 #
-# What Tab offers: by the command that prints candidates, and in real shells on a pseudo-terminal.
+# Tries what Tab offers: by the command that prints candidates, and in real shells on a pseudo-terminal.
 
 load support
 
@@ -229,7 +229,7 @@ completes_lines()
     [ "$(offered set Logging/level '')" = "debug info" ]
     [ "$(offered logging level '')" = "debug info" ]
     [ "$(offered logging jsonFormattingEnabled '')" = "false true" ]
-    # What only one file holds, and what no rule applies to.
+    # These are settings that only one file holds, and one that no rule applies to.
     [ -z "$(offered unset '')" ]
     [ -z "$(offered set --storage s Audio/out '')" ]
     [ "$(offered list --descr)" = --describe ]

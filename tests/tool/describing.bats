@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
 
-# What "check", "set", "import" and "logging" make of a description of the settings.
+# Tries what "check", "set", "import" and "logging" make of a description of the settings.
 
 load support
 
@@ -17,7 +17,7 @@ volume='"Audio/volume": {"type": "int", "minimum": 0, "maximum": 100, "default":
 output='"Video/output": {"values": ["hdmi", "scart"]}'
 modes='"Video/modes": {"type": "list", "values": ["720p", "1080p"]}'
 mute='"Audio/mute": {"type": "bool"}'
-# Its name does not say that it is a secret.
+# The name of this setting does not say that it is a secret.
 door='"User/door": {"secret": true, "values": ["1234", "5678"]}'
 
 # Expects of "check" this status, and of the findings that a description leads to these lines.
@@ -402,7 +402,7 @@ with open(box + "/etc/stbapp.schema.json", "w") as file:
 with open(box + "/var/custom.conf", "w") as file:
     file.write("[A]\n" + "".join(f"{i}{long}b=1\n" for i in range(200, 300)))
 SCRIPT
-    # Ten times as long as to list them, at most.
+    # Checking takes at most ten times as long as listing.
     (($(cost list) + 50 > $(cost check) / 10))
     grep -q 'did you mean' "$box/out"
 }

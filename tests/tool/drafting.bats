@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
 
-# What "schema" drafts of the files, and prints of a description of the settings.
+# Tries what "schema" drafts of the files, and prints of a description of the settings.
 
 load support
 

@@ -3,7 +3,7 @@
 
 load support
 
-# What the setting E/X is, given the text of a file of variables.
+# Prints the setting E/X, given the text of a file of variables.
 read_from()
 {
     printf "$1" >"$box/env"

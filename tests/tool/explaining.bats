@@ -2,8 +2,8 @@
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
 #
-# What the commands tell of a description of the settings, what they keep to themselves for it, and
-# that they are as they were without one.
+# Tries what the commands tell of a description of the settings, what they hide because of it, and that they
+# say the same as ever without one.
 
 load support
 

@@ -29,7 +29,7 @@
 #include <unistd.h>
 #include <vector>
 
-// A process of one thread is asked here, and its test says what it is to run.
+// The process has one thread, and its test says what it is to run.
 // NOLINTBEGIN(concurrency-mt-unsafe,cert-env33-c)
 
 namespace {
@@ -44,7 +44,7 @@ struct Fault
 
 constexpr int mostFaults = 8;
 std::vector<Fault> *faults = nullptr;
-// Shared by all children.
+// All children share this.
 std::atomic<int> *counts = nullptr;
 std::string *shellCommand = nullptr;
 int logFile = -1;
@@ -55,7 +55,7 @@ bool endsWith(const std::string &text, const std::string &end)
         && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-// It has no name yet, or "custom.conf.ABCDEF".
+// The new file has no name yet, or one like "custom.conf.ABCDEF".
 bool isNamed(const std::string &path, const std::string &name)
 {
     if (name != "NEW")
@@ -101,7 +101,7 @@ __attribute__((constructor)) void start()
                            one.substr(b + 1, c - b - 1),
                            which == "all" ? 0 : std::atoi(which.c_str())});
     }
-    // What this process starts is not meant.
+    // The faults are not meant for what this process starts.
     unsetenv("LD_PRELOAD");
     unsetenv("FAULTS");
 }
@@ -123,7 +123,7 @@ void note(const std::string &call, const std::string &path, const std::string &w
         real<ssize_t (*)(int, const void *, size_t)>("write")(logFile, line.data(), line.size()));
 }
 
-// What is to happen to this call; empty for nothing.
+// Says what is to happen to this call; empty for nothing.
 std::string fateOf(const std::string &call, const std::string &path)
 {
     const int before = errno;

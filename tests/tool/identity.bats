@@ -19,7 +19,7 @@ as()
         "$BATS_FILE_TMPDIR/installed/bin/${PROGRAM##*/}" "$@"
 }
 
-# What only root can read and write.
+# Makes files that only root can read and write.
 root_only()
 {
     printf '[a]\nb=secret\n' >"$box/root.conf"
@@ -100,7 +100,7 @@ root_only()
     ln -s "$box/image" "$box/link"
     chown -h "$user" "$box/link"
     expect 3 get a b --root "$box/link" --persistent /closed/ --defaults /etc/
-    # Nor does a link that anybody could have put there decide where root writes.
+    # A link that anybody could have put there does not decide where root writes either.
     mkdir -m 1777 "$box/image/tmp"
     mv "$box/image/data" "$box/image/tmp"
     chown -h root "$box/image/tmp/data"

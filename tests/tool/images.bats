@@ -18,7 +18,7 @@ image()
     unset STBCONFIG_PERSISTENT_PREFIX STBCONFIG_DEFAULTS_PREFIX
 }
 
-# What is outside, with its contents.
+# Lists what is outside, with its contents.
 listing() { (cd "$host" && find . -type f -exec md5sum {} + | sort); }
 
 # Given a status and words, expects the status in the image, and nothing of the host's.

@@ -176,7 +176,7 @@ END
     says <<<'0|reset|@/var/custom.conf: nothing is to be reset'
 }
 
-# As says, for what takes several lines: they are what follows.
+# Does what "says" does for a text of several lines, which follow.
 says_lines()
 {
     local words=$2

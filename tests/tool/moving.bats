@@ -189,7 +189,7 @@ untouched()
     sed -i '/canary$/d' "$box/given"
     expect 0 import "$box/given" --only A
     [ "$output" = "added  A/ok  1" ]
-    # No logging reader looks there.
+    # No logging reader looks into this storage.
     expect 0 import "$box/given" --only Logging --storage epg
 }
 
@@ -561,7 +561,7 @@ each_ends_with_4()
     printf "[ui]\ncolour=\"\\\\x40$colour\"\n" >"$custom"
     expect 1 export
     [ "$output" = "stbconfig: ui/colour: left out: its type is one that only the application can write" ]
-    # Of one that is escaped further Qt 5 still tells the type, and Qt 6 nothing.
+    # Where the type is escaped further, Qt 5 still names it, and Qt 6 does not.
     if [ "$QT_MAJOR" = 5 ]; then
         printf "[ui]\ncolour=\"\\\\100\\\\126${colour#V}\"\n" >"$custom"
         expect 1 export

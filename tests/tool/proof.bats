@@ -9,7 +9,7 @@ holding()
     cp -p "$custom" "$box/before"
 }
 
-# What a write would change in all, apart from the setting: as JSON, since that tells types apart.
+# Prints everything but the setting that a write would change, as JSON, which tells types apart.
 others() { "$STBCONFIG" list --from custom --json --show-secrets | python3 -c '
 import json, sys
 for entry in json.load(sys.stdin):
@@ -221,7 +221,8 @@ for entry in json.load(sys.stdin):
             with_failing_calls "read:/custom.conf:run:$which" set c changed 1
             theirs=$(grep -cx "${other##*n}" "$custom") || true
             ours=$(grep -cx changed=1 "$custom") || true
-            # Theirs always stays; ours may be refused, or be overwritten by theirs and then told.
+            # Their change always stays; ours may be refused, or be overwritten by theirs, and then the
+            # command says so.
             [ "$theirs" = 1 ] || { echo "$which: $(cat "$custom")"; return 1; }
             [[ $status = 3 || $status = 4 || $ours = 1 ]] || { echo "$which: $status $output"; return 1; }
         done
@@ -276,12 +277,12 @@ for entry in json.load(sys.stdin):
     grep -Fx 'none=@@Invalid()' "$custom"
 }
 
-# Each entry once alone, where a write is refused or leaves it as it was.
+# Tries each entry alone: a write is refused or leaves it as it was.
 @test "a hostile entry stays as it is, or no write is made" {
     local kept=0
     while IFS= read -r entry; do
         for section in '[s]' '[general]' '[%General]'; do
-            # To a value, one section is like another.
+            # One section is as good as another to try a value.
             [[ $section == '[s]' || $entry != x=[@\"a]* ]] || continue
             printf '%s\n%b\nplain=1\n' "$section" "$entry" >"$custom"
             cp "$custom" "$box/before"

@@ -3,7 +3,7 @@
 
 load support
 
-# A colour, a turned direction, nothing to be seen, two line ends, a tag and what is no character.
+# Holds a colour, a turned direction, an invisible character, two line ends, a tag and an unassigned character.
 evil=$'a\e[31m\u202e\u2066\u200f\u200b\u2028\u2029\u0085\x7f\ue000\U000e0041\u0378z'
 evil_shown='a\x1b[31m\u202e\u2066\u200f\u200b\u2028\u2029\x85\x7f\ue000\U000e0041\u0378z'
 
@@ -140,7 +140,7 @@ WORDS
     [ "$(echo "$output" | python3 -c 'import json, sys; print(ascii(json.load(sys.stdin)["value"]))')" = "'\\ud800x'" ]
 }
 
-# What list shows of the value, which stands in the file as it is given.
+# Prints what "list" shows of the value, which stands in the file as it is given.
 shown()
 {
     printf '[A]\nb=%s\n' "$1" >"$custom"
@@ -262,6 +262,21 @@ within_80_columns()
             done
         done
     done
+}
+
+@test "the picture of explain shows what explain prints" {
+    mkdir "$box/bin"
+    ln -s "$STBCONFIG" "$box/bin/stbconfig"
+    cd "$box"
+    python3 - "$BATS_TEST_DIRNAME/../../docs/explain.svg" >"$box/told" <<'END'
+import sys, xml.etree.ElementTree
+for text in xml.etree.ElementTree.parse(sys.argv[1]).iter("{http://www.w3.org/2000/svg}text"):
+    print(text.text.replace("/var/lib/stbapp/", "var/").replace("/etc/stbapp/", "etc/"))
+END
+    export PATH=$box/bin:$PATH STBCONFIG_PERSISTENT_PREFIX=var/ STBCONFIG_DEFAULTS_PREFIX=etc/
+    sed -n 's/^\$ //p' "$box/told" | bash >"$box/printed"
+    diff <(grep -v '^\$ ' "$box/told") "$box/printed"
+    [ -s "$box/printed" ]
 }
 
 @test "explain shows a value of 80 columns on a line of its own, and the reason beside the location" {

@@ -10,7 +10,7 @@ setup()
     defaults=$box/etc/stbapp.conf
     export STBCONFIG_PERSISTENT_PREFIX=$box/var/ STBCONFIG_DEFAULTS_PREFIX=$box/etc/
     printf '[Video]\noutput=hdmi\n' >"$defaults"
-    # One whom no list names, and no other run of these tests on this machine uses.
+    # A user whom no list names, and whom no other run of these tests on this machine uses.
     user=$((10000 + $$ % 50000))
     [ -z "${PROFILES-}" ] || profile
 }
@@ -57,7 +57,7 @@ with_failing_calls()
     run env LD_PRELOAD="$FAULTS_LIBRARY" FAULTS="$wanted" "$STBCONFIG" "$@"
 }
 
-# What prepares a mount namespace in which the custom file cannot be written. "$1" is the box.
+# Prepares a mount namespace in which the custom file cannot be written. "$1" is the box.
 full_disk='mount -t tmpfs -o size=16k none "$1/var" && cp -p "$1/before" "$1/var/custom.conf"
     cat /dev/zero >"$1/var/fill" 2>/dev/null'
 read_only_disk='mount --bind "$1/var" "$1/var" && mount -o remount,bind,ro "$1/var"'

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 //
-// An application of three versions, VERSION being one of them. Prints its settings as it reads them,
+// An application in three versions; VERSION says which one. Prints its settings as it reads them,
 // or stores what its user chooses: PERSISTENT DEFAULTS [GROUP KEY VALUE].
 
 #include <stbconfig/backendinterfaces.h>

@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
 #
-# What docs/upgrades.md says of an older and a newer application with one file.
+# Does what docs/upgrades.md says of an older and a newer application with one file.
 
 load support
 
@@ -72,7 +72,7 @@ chooses()
     reads 3 output=component
     firmware 1
     reads 1 output=hdmi
-    # Of what was stored, nobody can tell any more that it was the default.
+    # Nobody can tell any more that the stored value was the default.
     chooses 1 Video output hdmi
     firmware 3 component
     expect 0 migrate

@@ -20,7 +20,7 @@ hostile=('[1080,720]' '[::1]' '[]' '[' ']' '[a' '++' '+' '-' '---' -5 -0 -1.5 -1
     $'\ufeff' $'\ufeffa' '%%' '%' '{}' '=' 'a=b' '@' '@@' '@Variant(x)' '@Size(1 2)' '@Invalid()' '@ByteArray(x)' '@x' '\' '\\' '\x41'
     '"' '""' "'" ';' 'a;b' ',' 'a, b' 'a,' $'\x01' $'\x01a' $'\x7f' $'\u00e4\u0416' $'\U1f600' $'\u202e' '/' '/opt/x' 'C:\x'
     '$HOME' '*' '#' set get list logging true '********' '?')
-# Options to a command, unless "--" stands before them.
+# These words are options to a command, unless "--" stands before them.
 like_options=(-hx -vx -x -.5 -inf $'-\x01' $'-\x01x' --default= --default=x --default=--x=y --x --x= --= -x --json --json=x -v -0 --help --version -- --storage=x)
 @test "a value is stored and read back as it was given" {
     for word in "${hostile[@]}"; do

@@ -182,7 +182,7 @@ announces()
     [ "$(id -u)" = 0 ] || skip "needs root to become another user"
     printf '[a]\nb=1\n' >"$custom"
     chown 65534:65534 "$custom"
-    # The other user may have no access to the folder that we build in.
+    # The other user may have no access to the build folder.
     cmake --install "$BUILD_DIR" --prefix "$box/installed" >/dev/null
     chmod 555 "$box/var"
     chmod o+x "$BATS_RUN_TMPDIR" "$BATS_TEST_TMPDIR" "$box" "$BATS_RUN_TMPDIR"/*

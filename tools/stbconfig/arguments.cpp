@@ -14,17 +14,17 @@
 
 namespace {
 
-// Put before a word that CLI11 would read as something else than a word.
+// Marks a word that CLI11 would otherwise not read as a word.
 constexpr char protection = '\x01';
 
-// Where the value of "--name=value" begins; npos in other words.
+// Returns where the value of "--name=value" begins; npos for any other word.
 size_t valueBegin(const std::string &word)
 {
     const size_t equals = word.compare(0, 2, "--") == 0 ? word.find('=') : std::string::npos;
     return equals == std::string::npos ? equals : equals + 1;
 }
 
-// "-hidden" would be "-h" and more, though no option here has one letter and a word.
+// CLI11 would read "-hidden" as "-h" and a value, though no option here has one letter and a value.
 size_t protectedPlace(const std::string &word)
 {
     const size_t begin = valueBegin(word);
@@ -35,7 +35,7 @@ size_t protectedPlace(const std::string &word)
     return isShort ? 1 : 0;
 }
 
-// "++" would end the command, and the value of "--name=" would be the next word.
+// CLI11 would take "++" for the end of the command, and the next word for the value of "--name=".
 std::string protectedWord(std::string word)
 {
     const size_t place = protectedPlace(word);
@@ -45,7 +45,7 @@ std::string protectedWord(std::string word)
     return word;
 }
 
-// Of a word, or of the value of "--name=value" alone.
+// Takes the mark from a word, or from the value of "--name=value".
 QString unprotected(std::string word)
 {
     const size_t place = word.empty() || word.front() == protection ? 0 : protectedPlace(word);
@@ -84,7 +84,7 @@ CLI::Option *wordOf(CLI::App *command, const char *name, const char *help, Comma
             return true;
         },
         help);
-    // Otherwise CLI11 takes a word in brackets apart.
+    // Without this, CLI11 takes a word in brackets apart.
     return option->expected(1)->allow_extra_args(false)->type_name(
         std::string(name).substr(0, 2) == "--" ? "TEXT" : "");
 }
@@ -134,7 +134,7 @@ Setting Words::setting(bool namesGroup) const
         throw Failure{
             Misuse, {all.first(), "no group", "name the setting as GROUP/KEY, /KEY or GROUP KEY"}};
     }
-    // To Qt, a name without a key means a whole group.
+    // Qt takes a name without a key for a whole group.
     if (result.key.isEmpty())
         throw Failure{Misuse, {"setting", "no key", "give GROUP KEY or GROUP/KEY"}};
     return result;
@@ -290,7 +290,7 @@ Option Command::addType(const char *name, std::optional<value::Type> &type) cons
 
 void Command::addRecords() const
 {
-    // Not inherited like the others: to CLI11, "-0" would be a number and so a word.
+    // Unlike the others, this flag is not inherited, because CLI11 would take "-0" for a number.
     addFlag("-0", m_line.m_arguments.format.nullSeparated, "end records with NUL");
 }
 
@@ -320,7 +320,7 @@ void Command::runAtOnce(std::function<void()> run) const
 
 std::optional<ExitStatus> CommandLine::parse(int argc, char *argv[])
 {
-    // The last word first, as CLI11 wants them.
+    // CLI11 wants the last word first.
     std::vector<std::string> words;
     for (int i = argc - 1; i > 0; --i)
         words.push_back(protectedWord(argv[i]));
@@ -340,7 +340,7 @@ void CommandLine::prepare() const
         m_prepare(m_arguments.places);
 }
 
-// Repeats no word that may be a value: it may be a secret.
+// No message repeats a word that may be a value, because a value may be a secret.
 void CommandLine::notUnderstood(const CLI::ParseError &error) const
 {
     const auto commands = m_app->get_subcommands();
@@ -370,7 +370,7 @@ void CommandLine::notUnderstood(const CLI::ParseError &error) const
                       {"arguments", "a word too many, or an unknown option",
                        help + "; before values that begin with \"-\", put --"}};
     }
-    // Its text would show what stands behind "=".
+    // The text of this error would show what stands behind "=".
     if (dynamic_cast<const CLI::ConversionError *>(&error))
         throw Failure{Misuse, {"arguments", "an option that takes no value has one", help}};
     throw Failure{Misuse, {"arguments", QString::fromStdString(error.what()), help}};

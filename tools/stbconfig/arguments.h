@@ -24,7 +24,7 @@ class Option;
 class ParseError;
 } // namespace CLI
 
-// What all commands are told.
+// The options that all commands share.
 struct Arguments
 {
     Places places;
@@ -45,8 +45,8 @@ struct Context
 
 // What a command does about a description that cannot be read.
 enum class BadDescription {
-    Noted, // and does its work without one
-    Found, // as a part of what it answers
+    Noted, // the command notes it and does its work without one
+    Found, // the command shows it as a part of its answer
     Refused
 };
 
@@ -55,8 +55,8 @@ struct Words
 {
     QStringList all;
 
-    /// GROUP KEY, GROUP/KEY or /KEY; ends with Misuse if there is no key. Whoever writes must name
-    /// the group, so that a forgotten value is not taken for one.
+    /// Reads GROUP KEY, GROUP/KEY or /KEY; ends with Misuse if there is no key. A command that
+    /// writes must get the group by name, so that a forgotten value is not taken for a key.
     Setting setting(bool namesGroup = false) const;
 };
 
@@ -75,7 +75,7 @@ public:
     const Option &required() const;
     const Option &excludes(const Option &other) const;
     const Option &needs(const Option &other) const;
-    /// Takes each of its words, not the last one alone; so many at a time.
+    /// Takes every word that is given, not only the last one; so many at a time.
     const Option &givenOften(int together = 1) const;
 
 private:
@@ -84,7 +84,7 @@ private:
 
 class CommandLine;
 
-// What a command declares its options with. Each word is taken as it is.
+// A command declares its options with this. Each word is taken as it is.
 class Command
 {
 public:
@@ -92,23 +92,24 @@ public:
 
     Command(CommandLine &line, CLI::App *app) : m_line(line), m_app(app) {}
 
-    /// A word of the command, or an option with one; given each time it occurs.
+    /// Adds a word of the command, or an option with a value; take receives it each time it occurs.
     Option addWord(const char *name, const char *help, Take take) const;
     Option addWords(Words &words) const;
     Option addFlag(const char *name, bool &flag, const char *help) const;
     Option addStorage(StorageChoice &storage) const;
     Option addLocation(std::optional<provenance::Location> &location) const;
     Option addType(const char *name, std::optional<value::Type> &type) const;
-    /// Records that end with NUL.
+    /// Adds the flag that prints records which end with NUL.
     void addRecords() const;
 
-    /// What says, by a Failure, that the words do not belong together.
+    /// Adds a rule that ends with a Failure if the words do not belong together.
     void addRule(std::function<void()> rule) const;
-    /// What comes before the run, while the process is still who has started it: see identity.h.
+    /// Adds what runs before the command, while the process is still the user who started it: see
+    /// identity.h.
     void addPreparation(std::function<void(const Places &)> preparation) const;
-    /// What it does about a bad description; says that it is bad if it is told nothing.
+    /// Chooses what the command does about a bad description. Without this, it says that it is bad.
     void treatBadDescription(BadDescription treatment) const;
-    /// What the command does in place of a run, before any file is looked at.
+    /// Runs this in place of the command, before any file is looked at.
     void runAtOnce(std::function<void()> run) const;
 
     CLI::App *app() const { return m_app; }
@@ -118,7 +119,7 @@ private:
     CLI::App *m_app;
 };
 
-// The command line, as the commands declare it.
+// Parses the command line, as the commands declare it.
 class CommandLine
 {
 public:
@@ -130,7 +131,7 @@ public:
 
     /// Adds a command. An empty help hides it.
     Command addCommand(const char *name, const char *help, Run run);
-    /// A command that changes a file.
+    /// Adds a command that changes a file.
     Command addWriter(const char *name, const char *help, writing::Manner &manner, Run run);
 
     /// Takes the words apart and returns the status to end with, if there is nothing to run: after
@@ -138,9 +139,9 @@ public:
     std::optional<ExitStatus> parse(int argc, char *argv[]);
 
     const Arguments &arguments() const { return m_arguments; }
-    /// Whether the command that was named changes a file.
+    /// Tells whether the command that was named changes a file.
     bool isWriter() const { return m_isWriter; }
-    /// The storage that it was told to work on.
+    /// Returns the storage that it was told to work on.
     std::optional<QString> storage() const { return m_storage ? m_storage->name : std::nullopt; }
     BadDescription badDescription() const { return m_badDescription; }
     void prepare() const;
@@ -162,7 +163,7 @@ private:
 
 /// What can be asked for, as it is written: by a person, and in suggestions.
 QStringList typeNames();
-/// Without the hidden ones.
+/// Leaves out the hidden ones.
 QStringList commandNames(const CLI::App &app);
 /// The long names of the options of this command, and of those before it.
 QStringList optionNames(const CLI::App &app);

@@ -55,8 +55,9 @@ constexpr Entry table[] = {
     {"complete", addComplete},
 };
 
-// To make the options of all commands takes as long as to read the files. So only those are made
-// whose names are among the words; all of them for help, for a name that is none, and to complete.
+// Making the options of all commands takes as long as reading the files. So this makes only the
+// commands whose names are among the words, and all of them for help, for an unknown name, and to
+// complete.
 void addCommands(CommandLine &line, const QList<QByteArray> &words)
 {
     const auto isNamed = [&words](const Entry &entry) { return words.contains(entry.name); };
@@ -78,7 +79,7 @@ void notePrefix(const QString &prefix, const char *file)
                   {}});
 }
 
-// A bad description is no reason to hide a value from who looks for a fault.
+// A bad description must not hide a value from someone who looks for a fault.
 std::optional<Problem> loadDescription(const CommandLine &line, const Files &files,
                                        Description &description)
 {
@@ -99,7 +100,8 @@ std::optional<Problem> loadDescription(const CommandLine &line, const Files &fil
     return {};
 }
 
-// In a child, since files, other processes and other users' directories may do anything to it.
+// Runs in a child, because files, other processes and other users' directories may do anything to
+// it.
 QByteArray runCommand(const CommandLine &line)
 {
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
@@ -132,13 +134,13 @@ QByteArray runCommand(const CommandLine &line)
     return result;
 }
 
-// Where the child that knew it says nothing.
+// Begins the message of a child that could not say whether it has saved the change.
 QString unknown(const CommandLine &line)
 {
     return line.isWriter() ? "it is not known whether the change is saved: " : "";
 }
 
-// The name of the file that has ended the child, found out by another child.
+// Lets another child find out which file has ended the child.
 Failure whyDied(const CommandLine &line, const child::End &end, ExitStatus otherwise,
                 std::chrono::seconds limit)
 {
@@ -157,7 +159,7 @@ Failure whyDied(const CommandLine &line, const child::End &end, ExitStatus other
 
 ExitStatus runInChild(const CommandLine &line)
 {
-    // Below the 35 seconds that no command may take.
+    // This is less than the 35 seconds that no command may take.
     constexpr std::chrono::seconds limit(34);
     const auto start = std::chrono::steady_clock::now();
     const child::End end = child::run(limit, [&line] { return runCommand(line); });
@@ -187,7 +189,7 @@ ExitStatus runInChild(const CommandLine &line)
     return ExitStatus(status);
 }
 
-// Only for want of memory, of which this takes none.
+// This runs only for want of memory, and takes none itself.
 [[noreturn]] void giveUp()
 {
     std::fputs("stbconfig: out of memory, and it is not known whether a change is saved; free some "
@@ -196,11 +198,11 @@ ExitStatus runInChild(const CommandLine &line)
     std::_Exit(NotSaved);
 }
 
-// Whoever closes these must not find our pipes in their places.
+// A caller may have closed these streams; our own pipes must not take their places.
 void openStandardStreams()
 {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        // The wrong way round, so that reading or writing a closed one still fails.
+        // They are opened the wrong way round, so that reading or writing a closed one still fails.
         if (fcntl(stream, F_GETFD) < 0)
             static_cast<void>(open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
     }
@@ -241,6 +243,6 @@ int main(int argc, char *argv[]) // NOLINT(bugprone-exception-escape): only for 
         output::note({"standard output", "cannot be written", "give it a place with space left"});
         return CannotRead;
     }
-    // To take everything down one by one takes longer than the kernel does.
+    // The kernel frees everything faster than destructors would.
     std::_Exit(status);
 }

@@ -18,7 +18,7 @@
 namespace output {
 namespace {
 
-// One for the process, as standard output is.
+// One buffer for the process, which has one standard output.
 QByteArray &buffer()
 {
     static QByteArray bytes; // cppcheck-suppress unassignedVariable ; by the caller
@@ -56,7 +56,7 @@ QVector<char32_t> charactersOf(const QString &text)
     return result;
 }
 
-// Unlike QString::fromUcs4(), which drops a byte order mark.
+// QString::fromUcs4() would drop a byte order mark.
 QString textOf(char32_t character)
 {
     return QChar::requiresSurrogates(character)
@@ -64,7 +64,8 @@ QString textOf(char32_t character)
         : QString(QChar(static_cast<ushort>(character)));
 }
 
-// What moves the cursor, turns the direction of writing, or cannot be seen at all.
+// Tells whether the character moves the cursor, turns the direction of writing, or cannot be seen
+// at all.
 bool isUnsafe(char32_t character)
 {
     switch (QChar::category(character)) {
@@ -138,7 +139,7 @@ void writeJson(const QJsonDocument &document)
 
 QString quoted(const QString &text) { return '"' + safe(text).replace('"', "\\\"") + '"'; }
 
-// What the C library does not know is most likely as wide as a letter.
+// A character that the C library does not know is most likely as wide as a letter.
 int width(char32_t character)
 {
     // The C library asks its locale, and a box's shell is often in one without Unicode.

@@ -28,7 +28,7 @@ static int failToFlush()
     return -1;
 }
 
-// In the place of the C library's.
+// Stands in the place of the C library's function.
 extern "C" int fsync(int) { return failToFlush(); }
 extern "C" int fdatasync(int) { return failToFlush(); }
 

@@ -24,7 +24,7 @@
 
 static ino_t failing = 0; // the file whose next read fails
 
-// In the place of the C library's.
+// Stands in the place of the C library's function.
 extern "C" ssize_t read(int descriptor, void *bytes, size_t size)
 {
     struct stat file = {};

@@ -24,7 +24,7 @@
 
 static int roomFor = -1; // so many writes until the disk is full; -1 is a disk without end
 
-// In the place of the C library's.
+// Stands in the place of the C library's function.
 extern "C" ssize_t write(int descriptor, const void *bytes, size_t size)
 {
     struct stat file = {};

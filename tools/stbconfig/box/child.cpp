@@ -25,10 +25,10 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Set after fork.
+// The child sets this after the fork.
 pid_t parentOfThis = 0; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables)
 
-// What the work returned or threw, as it goes through the pipe.
+// Packs what the work returned or threw for the pipe.
 QByteArray outcomeOf(const std::function<QByteArray()> &work)
 {
     QByteArray bytes;
@@ -43,7 +43,7 @@ QByteArray outcomeOf(const std::function<QByteArray()> &work)
     return bytes;
 }
 
-// False if the child did not tell all.
+// Returns false if the child did not tell all.
 bool take(const QByteArray &bytes, End &end)
 {
     QDataStream stream(bytes);
@@ -90,7 +90,8 @@ int millisecondsUntil(Clock::time_point time)
     return static_cast<int>(std::max(left, milliseconds(0)).count());
 }
 
-// Reads until the child closes its end. Returns 0, or why it cannot: ETIME if the time is over before.
+// Reads until the child closes its end. Returns 0, or why it cannot: ETIME if the time is over
+// first.
 int receive(int input, pid_t process, Clock::time_point end, const Watch &watch, QByteArray &result)
 {
     const auto start = Clock::now();
@@ -121,7 +122,8 @@ int receive(int input, pid_t process, Clock::time_point end, const Watch &watch,
     }
 }
 
-// Not for ever: nobody can end a process that waits for a file system which does not answer.
+// Does not wait for ever: nobody can end a process that waits for a file system which does not
+// answer.
 void reap(pid_t process, Clock::time_point end)
 {
     int status = 0;

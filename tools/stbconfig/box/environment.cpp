@@ -72,7 +72,7 @@ private:
     {
         while (isMore() && !isLineEnd(bytes[place])) {
             if (take() == '\\' && isMore())
-                take(); // hides the end of the line
+                take(); // a backslash hides the end of the line
         }
     }
 

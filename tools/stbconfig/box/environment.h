@@ -19,9 +19,9 @@ struct EnvironmentChoice
     QString file;
     int process = 0;
 
-    /// Whether the user has said whose they are.
+    /// Tells whether the user has said whose they are.
     bool isNamed() const { return source != OfThisShell; }
-    /// As a person is told, "this shell".
+    /// Names the owner for a person, as in "this shell".
     QString owner() const;
 };
 

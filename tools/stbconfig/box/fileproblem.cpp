@@ -182,7 +182,7 @@ std::optional<Problem> ofReader(const QStringList &files)
     for (const QString &file : files) {
         if (fatal(endsReader({file}))) {
             return Problem{file, "would crash every program that reads it",
-                           "find the value with stbconfig check, then restore the file"};
+                           "run stbconfig check, then restore it"};
         }
     }
     return {};

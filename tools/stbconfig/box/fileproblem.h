@@ -37,12 +37,13 @@ Contents readAsOwner(const QString &file, const QString &root = {}, qint64 large
 std::optional<Problem> ofOpening(const QString &file, const QString &root = {},
                                  qint64 largest = largestFile);
 
-/// The lines that make the file malformed, or that the library read nothing of it although it holds
-/// entries, as after an error of the disk that it overlooks.
+/// Finds the lines that make the file malformed, or that the library read nothing of it although it
+/// holds entries, as after an error of the disk that it overlooks.
 std::optional<Problem> ofWhatWasRead(const QString &file, const QByteArray &bytes, bool isValid,
                                      bool isEmpty);
 
-/// That one of the files ends the process that reads it, found out by a child. Nothing if none does.
+/// Lets a child find out whether one of the files ends the process that reads it. Returns nothing
+/// if none does.
 std::optional<Problem> ofReader(const QStringList &files);
 
 } // namespace fileproblem

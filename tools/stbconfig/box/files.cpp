@@ -15,7 +15,7 @@
 
 namespace {
 
-// The directory, and what begins the files' names in it.
+// Splits a prefix into the directory and what begins the files' names in it.
 std::pair<QString, QString> split(const QString &prefix)
 {
     const auto slash = prefix.lastIndexOf('/');
@@ -38,7 +38,7 @@ Files::Files(const Places &places, std::optional<QString> storage)
 QString Files::rootDirectory(const QString &given)
 {
     const Way way = follow(absolute(given));
-    // An empty one, as of an unset variable, would be the current directory.
+    // An empty root, as an unset variable gives it, would mean the current directory.
     if (given.isEmpty() || way.error != 0 || !QFileInfo(way.end).isDir()) {
         throw Failure{CannotRead,
                       {given.isEmpty() ? "--root" : given,
@@ -67,7 +67,7 @@ QString Files::sharedBefore(const QString &file) const
     return m_shared.isEmpty() ? follow(absolute(file)).shared : m_shared;
 }
 
-// The links on the way are gone from the prefixes, and with them who made them.
+// Keeps who owns the way: the prefixes no longer hold the links on it, nor who made them.
 void Files::note(const Way &way)
 {
     if (!m_foreigner)
@@ -92,7 +92,7 @@ QStringList Files::storageNames() const
     const auto [directory, stem] = split(m_persistentPrefix);
     const QString suffix = names::storageSuffix;
     QStringList result;
-    // Links to nowhere and what is no file are wanted too: they are storages with a problem.
+    // Links to nowhere and things that are no file count too: they are storages with a problem.
     const QStringList entries =
         QDir(directory.isEmpty() ? "." : directory)
             .entryList(QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot,

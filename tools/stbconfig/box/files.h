@@ -36,18 +36,18 @@ public:
     QString writtenFile() const { return m_storage ? storageFile(*m_storage) : customFile(); }
     /// The names of the storages that have a file.
     QStringList storageNames() const;
-    /// All of them, whether they exist or not.
+    /// Returns all files, whether they exist or not.
     QStringList all() const;
-    /// Those that the library opens when the command starts to look.
+    /// Returns the files that the library opens when the command starts to look.
     QStringList openedAtOnce() const;
 
     const std::optional<QString> &storage() const { return m_storage; }
-    /// Without links and absolute; empty without one.
+    /// Returns the root, absolute and without links; empty if there is none.
     const QString &root() const { return m_root; }
-    /// The first on the ways to the root, and to the prefixes in it, who is not root.
+    /// Returns the first owner on the ways to the root, and to the prefixes in it, who is not root.
     const std::optional<Owner> &foreigner() const { return m_foreigner; }
-    /// The first directory on the way to the file, or on these ways, in which others can exchange
-    /// what is next; empty if there is none.
+    /// Returns the first directory on the way to the file, or on these ways, in which others can
+    /// exchange what is next; empty if there is none.
     QString sharedBefore(const QString &file) const;
     const QString &persistentPrefix() const { return m_persistentPrefix; }
     const QString &defaultsPrefix() const { return m_defaultsPrefix; }

@@ -16,14 +16,15 @@
 namespace identity {
 namespace {
 
-// Of this process, as the user is.
+// One for the process, which has one user.
 QString &remarkForErrors()
 {
     static QString text; // cppcheck-suppress unassignedVariable ; by the caller
     return text;
 }
 
-// The groups that the system's list of users gives; for a user who is in no list, the directory's.
+// Takes the groups from the system's list of users; for a user who is not in it, the directory's
+// group.
 bool takeGroups(const Owner &owner)
 {
     const passwd *entry = getpwuid(owner.user);

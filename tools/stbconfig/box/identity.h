@@ -14,7 +14,7 @@ namespace identity {
 void becomeOwner(const Files &files);
 void becomeOwner(const QStringList &files);
 
-/// Whose rights this process has given up root's for, as a remark for an error; empty if nobody's.
+/// Says for an error as whom this process works in root's place; empty if it has not changed.
 QString remark();
 
 QString userName(uid_t user);

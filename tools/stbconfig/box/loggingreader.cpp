@@ -47,7 +47,8 @@ const provenance::Answer *origin(const QVector<provenance::Answer> &answers, con
 {
     const auto &custom = provenance::of(answers, ConfigurationManager::CustomConfPersistent);
     const auto &defaults = provenance::of(answers, ConfigurationManager::StbappConfDefault);
-    // Only a custom number that is none lets the default file answer.
+    // The default file answers in place of a custom value only where that is to be a number and is
+    // none.
     bool isTaken = custom.isHeld;
     if (isTaken && key == names::responseLengthLimit)
         custom.value.toInt(&isTaken);

@@ -16,14 +16,14 @@ QStringList keys();
 QStringList levels();
 bool reads(const Setting &setting);
 
-/// What the reader takes for this key, where no command line gives a level.
+/// Returns what the reader takes for this key, where no command line gives a level.
 QVariant effective(const Session &session, const QString &key);
-/// Which file the reader takes it from, or null if none holds it.
+/// Returns the file that the reader takes it from, or null if none holds it.
 const provenance::Answer *origin(const QVector<provenance::Answer> &answers, const QString &key);
-/// The word for a level, otherwise nothing.
+/// Returns the word for a level, and nothing for the other keys.
 QString meaning(const QString &key, const QVariant &effective);
-/// Why the reader would misread the text, and what to write instead; nothing if it reads it as it
-/// is meant, or does not read this setting.
+/// Says why the reader would misread the text, and what to write instead. Returns nothing if it
+/// reads it as it is meant, or does not read this setting.
 std::optional<Problem> misreading(const Setting &setting, const QString &text);
 
 } // namespace loggingreader

@@ -14,8 +14,8 @@ namespace {
 
 using Size = QString::size_type; // int in Qt 5, longer in Qt 6
 
-// The changes that make one text of the other, a swap of neighbours counting as one; more than the
-// limit if they are more. Looks only where so few changes can lead.
+// Counts the changes that make one text of the other; a swap of neighbours is one change. Returns
+// more than the limit if there are more. Looks only where so few changes can lead.
 Size distance(const QString &a, const QString &b, Size limit)
 {
     const QChar *left = a.constData();
@@ -52,7 +52,7 @@ Size distance(const QString &a, const QString &b, Size limit)
             if (i > 1 && j > 1 && left[i - 1] == right[j - 2] && left[i - 2] == right[j - 1])
                 row[cell] = std::min(row[cell], before[cell - 2] + 1);
         }
-        // A swap leads past one row, hence both.
+        // Both rows are looked at because a swap leads past one.
         const auto least = [first, last](const std::vector<Size> &cellsOfRow) {
             return *std::min_element(cellsOfRow.cbegin() + first - 1,
                                      cellsOfRow.cbegin() + last + 1);
@@ -75,7 +75,7 @@ QStringList wordsOf(const QString &name)
     return words;
 }
 
-// Of the whole process, so that no command can forget to mask a value.
+// One for the whole process, so that no command can forget to mask a value.
 struct DescribedNames
 {
     QStringList all;
@@ -112,15 +112,15 @@ bool Setting::isSecret() const
     if (!described.isEmpty() && described.contains(named(names::asStored(name())).variable()))
         return true;
     const QStringList words = wordsOf(name());
-    // Long words whatever is around them; short ones as a whole or at the end: "userpin" is meant,
-    // "mapping" is not.
+    // Long words count whatever is around them; short ones only as a whole or at the end: "userpin"
+    // is meant, "mapping" is not.
     static const QRegularExpression telling(
         "password|passwd|passphrase|passcode|secret|token|credential|apikey|privatekey|"
         "^pins$|^pincode$|^psks$|(?<!s)pin$|psk$|pwd$|auth$");
     if (std::any_of(words.cbegin(), words.cend(),
                     [](const QString &word) { return telling.match(word).hasMatch(); }))
         return true;
-    // Those that are often written as two, or with capitals that part them elsewhere.
+    // Some words are often written as two, or with capitals that part them elsewhere.
     static const QRegularExpression pair(
         "(^| )(pass (word|wd|phrase|code)|(api|private) keys?|ap ikeys?)( |$)");
     return pair.match(words.join(' ')).hasMatch();
@@ -157,7 +157,8 @@ bool matches(const QString &glob, const QString &name)
 {
     if (glob.isEmpty() || name == glob || name.startsWith(asStored(glob) + '/'))
         return true;
-    // A "*" spans groups, so that "*level" finds Logging/level: hence not Qt's path-wise wildcard.
+    // Qt's wildcard for paths would not do: a "*" spans groups, so that "*level" finds
+    // Logging/level.
     QString pattern = QRegularExpression::escape(glob);
     pattern.replace("\\*", ".*").replace("\\?", ".");
     return QRegularExpression(QRegularExpression::anchoredPattern(pattern),
@@ -183,7 +184,7 @@ QString nearest(const QString &word, const QStringList &candidates)
 
 QString Nearest::of(const QString &word)
 {
-    constexpr Size most = 200000; // comparisons of names that are no longer than most names are
+    constexpr Size most = 200000; // comparisons of names of the usual length
     constexpr Size usual = 64;
     if (m_comparisons >= most)
         return {};

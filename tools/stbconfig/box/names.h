@@ -41,11 +41,11 @@ struct Setting
 
     /// Splits at the first "/"; without one, the setting has no group.
     static Setting named(const QString &name);
-    /// As the files list it: "group/key", or the bare key.
+    /// Returns the name as the files list it: "group/key", or the bare key.
     QString name() const;
-    /// The environment variable that stands for it.
+    /// Returns the environment variable that stands for it.
     QString variable() const;
-    /// Whether its name, or its description, says that its value is nobody else's business.
+    /// Tells whether its name, or its description, says that its value is nobody else's business.
     bool isSecret() const;
 };
 
@@ -63,13 +63,14 @@ QStringList described();
 void doubtSecrets();
 bool areSecretsDoubtful();
 
-/// As a file stores the name: no "/" at its ends, and never two in a row.
+/// Returns the name as a file stores it: no "/" at its ends, and never two in a row.
 QString asStored(const QString &name);
 
-/// Whether the glob is the name or its group, or matches with its "*" and "?"; "" matches all.
+/// Tells whether the glob is the name or its group, or matches with its "*" and "?"; "" matches
+/// all.
 bool matches(const QString &glob, const QString &name);
 
-/// The one that looks most like the word, or nothing if none looks like it.
+/// Returns the candidate that looks most like the word, or nothing if none looks like it.
 QString nearest(const QString &word, const QStringList &candidates);
 
 // Looks for the nearest names of many words. A hostile file or environment has so many of them, or
@@ -86,7 +87,7 @@ private:
     QStringList::size_type m_comparisons = 0;
 };
 
-/// What to do about an unknown word: the nearest one asked for, or else the other text.
+/// Says what to do about an unknown word: take the nearest one, or else what the other text says.
 QString suggestion(const QString &word, Nearest &nearest, const QString &otherwise);
 QString suggestion(const QString &word, const QStringList &candidates, const QString &otherwise);
 

@@ -72,7 +72,7 @@ Location locationNamed(const QString &word)
         if (!word.isEmpty() && locationName(location).startsWith(word, Qt::CaseInsensitive))
             return location;
     }
-    // The names are long, so what is like the word is the beginning of one.
+    // The names are long, so the word is compared with their beginnings.
     QStringList beginnings;
     for (const Location location : byPrecedence)
         beginnings.append(locationName(location).left(word.size()));

@@ -27,15 +27,15 @@ struct Answer
 /// Asks every location, the strongest first and those without a storage last.
 QVector<Answer> ask(const stbconfig::ConfigurationManager &manager, const Setting &setting);
 
-/// The answer that value() gives, or null if no location holds the setting.
+/// Returns the answer that value() gives, or null if no location holds the setting.
 const Answer *winner(const QVector<Answer> &answers);
-/// What that location answers.
+/// Returns what that location answers.
 const Answer &of(const QVector<Answer> &answers, Location location);
 
 QString locationName(Location location);
-/// Of all the locations, in the order in which they are asked.
+/// Returns the names of all locations, in the order in which they are asked.
 QStringList locationNames();
-/// The location whose name begins like this, in any case. Ends with Misuse if there is none.
+/// Finds the location whose name begins like this, in any case. Ends with Misuse if there is none.
 Location locationNamed(const QString &word);
 
 } // namespace provenance

@@ -9,7 +9,8 @@ bool isLineEnd(char byte) { return byte == '\n' || byte == '\r'; }
 
 bool isBlank(char byte) { return byte == ' ' || byte == '\t' || isLineEnd(byte); }
 
-// The character that "%41" or "%U0041" stands for, with how long it is; nothing if it is neither.
+// Returns the character that "%41" or "%U0041" stands for, and how long that is; nothing for
+// anything else.
 QString escaped(const QString &text, QString::size_type place, int &length)
 {
     const bool isLong = text.mid(place + 1, 1) == "U";
@@ -54,7 +55,7 @@ QString nameOf(const QByteArray &written)
     return name;
 }
 
-// What goes before the keys of the section.
+// Returns what goes before the keys of the section.
 QString prefixOf(const QByteArray &section)
 {
     const QByteArray folded = section.toLower();
@@ -79,7 +80,7 @@ public:
     }
 
 private:
-    // The mark makes a line of its own there; elsewhere it belongs to the first line.
+    // Before a section the mark makes a line of its own; elsewhere it belongs to the first line.
     bool markBeforeSection()
     {
         if (!bytes.startsWith(byteOrderMark))
@@ -154,7 +155,8 @@ private:
                 step();
                 if (place == bytes.size())
                     break;
-                // A line end behind it belongs to the line, and two are one if they differ.
+                // A line end behind a backslash belongs to the line, and two line ends are one if
+                // they differ.
                 if (place + 1 < bytes.size() && isLineEnd(bytes[place])
                     && isLineEnd(bytes[place + 1]) && bytes[place] != bytes[place + 1])
                     step();

@@ -8,10 +8,11 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
-/// What some editors put before UTF-8.
+/// Some editors put these bytes before UTF-8.
 inline constexpr char byteOrderMark[] = "\xef\xbb\xbf";
 
-// A line as it stands in the file: for what the library cannot tell, never for values.
+// A line as it stands in the file. It tells what the library cannot tell; values never come from
+// it.
 struct RawLine
 {
     enum Kind { Comment, Section, Entry, Malformed };

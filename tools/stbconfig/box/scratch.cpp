@@ -47,7 +47,7 @@ void requireOwn(const QString &parent)
         fail(parent, "others than root can exchange what is in " + others);
 }
 
-// Whoever waits for the end of a pipe must not wait for this process.
+// Closes everything else, so that nobody who waits for the end of a pipe waits for this process.
 void closeAllBut(int kept)
 {
     constexpr int most = 1024;
@@ -86,7 +86,7 @@ Scratch::Scratch(bool asRoot)
     if (geteuid() == 0 && !asRoot)
         requireOwn(parent);
     std::array<int, 2> ends{};
-    // Messages, so that a path comes as a whole.
+    // A socket of messages hands a path over as a whole.
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
         fail(parent, std::strerror(errno));
     keeper = fork();
@@ -109,7 +109,7 @@ Scratch::Scratch(bool asRoot)
 
 Scratch::~Scratch()
 {
-    QDir(directory).removeRecursively(); // and again, should this fail
+    QDir(directory).removeRecursively(); // the keeper tries again if this fails
     close(line);
     while (waitpid(keeper, nullptr, 0) < 0 && errno == EINTR) {}
     if (QFileInfo::exists(directory))

@@ -20,7 +20,8 @@ public:
     ~Scratch();
     Q_DISABLE_COPY(Scratch)
 
-    /// Of a box without defaults, whose custom file is in the directory and may be missing.
+    /// Returns the files of a box without defaults, whose custom file is in the directory and may
+    /// be missing.
     Files files() const;
 
 private:

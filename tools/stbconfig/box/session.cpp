@@ -28,8 +28,8 @@ Session::Session(const Files &files) : m_files(files)
         open(files.writtenFile(), written());
 }
 
-// Qt builds the values of a section when it is first asked for: now, all of them. To list them takes
-// it long, so it is asked once.
+// Qt builds the values of a section when somebody first asks for it. This asks for all of them now,
+// and only once, because listing them takes long.
 void Session::open(const QString &file, const stbconfig::IReadableBackend &storage)
 {
     m_settings.insert(file, storage.allKeys());

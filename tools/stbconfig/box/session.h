@@ -27,24 +27,26 @@ public:
     stbconfig::ConfigurationManager &manager() const { return *m_manager; }
     const stbconfig::IReadableBackend &readable(provenance::Location location) const;
 
-    /// The storage that --storage names, otherwise the custom one.
+    /// Returns the storage that --storage names, otherwise the custom one.
     stbconfig::IStorableBackend &written() const;
 
     /// Ends with CannotRead if custom.conf or stbapp.conf cannot be read as a whole.
     void requireReadableFiles() const;
-    /// The same for the written file alone, and for stbapp.conf alone.
+    /// These do the same for the written file alone, and for stbapp.conf alone.
     void requireReadableStorage() const;
     void requireReadableDefaults() const;
 
     QVector<provenance::Answer> ask(const Setting &setting) const;
 
-    /// Where the location keeps this setting: a file, a variable, or nothing that can be named.
+    /// Says where the location keeps this setting: a file, a variable, or nothing that can be
+    /// named.
     QString source(provenance::Location location, const Setting &setting) const;
 
-    /// Every setting of the files, and those variables' that stand for a setting we know.
+    /// Lists every setting of the files, and those of the variables that stand for a setting we
+    /// know.
     QStringList settings() const;
-    /// What a variable may stand for: the files' settings, those that are described, and those that
-    /// the library itself reads.
+    /// Lists what a variable may stand for: the files' settings, those that are described, and
+    /// those that the library itself reads.
     QStringList knownSettings() const;
 
 private:
@@ -56,7 +58,7 @@ private:
     QMap<QString, QStringList> m_settings; // of each file, as it was opened
 };
 
-/// That the setting is not there, with the nearest one, or else with what to do instead.
+/// Says that the setting is not there, and names the nearest one, or else what to do instead.
 Problem notSet(const Setting &setting, const QStringList &known, const QString &whatElse);
 
 /// Ends with that status if --storage names no storage that exists, unless one may be created.

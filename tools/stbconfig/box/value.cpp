@@ -39,7 +39,7 @@ QString withType(const QVariant &value)
     }
 }
 
-// A list within a list keeps its type, as everything does that Qt writes in its own way.
+// A list within a list keeps its type, because Qt writes its own notation for it.
 QVariant itemAsRead(const QVariant &item)
 {
     switch (item.userType()) {
@@ -65,7 +65,8 @@ bool isPlainText(const QVariant &item)
     return item.userType() == QMetaType::QString && !item.toString().contains(QChar::Null);
 }
 
-// The word before "=" or ":" is looked at as a setting's name is; first, whether there is any.
+// Judges the word before "=" or ":" as the name of a setting. First looks whether there can be any,
+// which is quick.
 bool assignsSecret(const QString &text)
 {
     static const QRegularExpression any("pass|secret|token|credential|key|pin|psk|pwd|auth",
@@ -92,7 +93,7 @@ bool looksSecret(const QString &text)
 
 std::optional<QString> fromUtf8(const QByteArray &bytes)
 {
-    // A blank first: Qt would drop a byte order mark that stands at the beginning.
+    // A blank goes first, because Qt would drop a byte order mark at the beginning.
     const QByteArray whole = ' ' + bytes;
     const QString taken = QString::fromUtf8(whole.constData(), whole.size());
     return taken.toUtf8() == whole ? std::optional(taken.mid(1)) : std::nullopt;

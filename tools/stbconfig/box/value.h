@@ -11,7 +11,7 @@
 
 namespace value {
 
-/// Every character of it, a byte order mark and NUL included; nothing if it is not UTF-8.
+/// Returns every character of it, a byte order mark and NUL included; nothing if it is not UTF-8.
 std::optional<QString> fromUtf8(const QByteArray &bytes);
 
 enum class Type { Text, Int, Bool, List };
@@ -20,30 +20,34 @@ QString nameOf(Type type);
 
 bool isList(const QVariant &value);
 
-/// A value as the texts that a file would keep, so that values of different types compare.
+/// Returns the texts that a file would keep, so that values of different types compare.
 QStringList texts(const QVariant &value);
 
-/// The text that an application's toString() gives; for a value that has none, its type and what it
-/// holds in the way of the files, "@Size(1 2)", so that it is not taken for an empty text.
+/// Returns the text that an application's toString() gives. A value that has none gives its type
+/// and what it holds, as the files write it, "@Size(1 2)", so that it is not taken for an empty
+/// text.
 QString text(const QVariant &value);
-/// Whether text() had to name the type.
+/// Tells whether text() had to name the type.
 bool hasNoText(const QVariant &value);
 
-/// The value as an application's conversion sees it; nothing if it is no number.
+/// Returns the value as an application's conversion sees it; nothing if that wants a number and it
+/// is none.
 std::optional<QVariant> converted(const QVariant &value, Type type);
-/// The number as a person means it; nothing if 32 bits cannot hold it, of which Qt takes the last.
+/// Returns the number as a person means it. Returns nothing if 32 bits cannot hold it; Qt would
+/// take the last 32.
 std::optional<int> wholeNumber(const QVariant &value);
 
-/// What a file gives back for the value: a number is a text there, and a list of one too.
+/// Returns what a file gives back for the value: a number becomes a text there, and so does a list
+/// of one.
 QVariant asRead(const QVariant &value);
-/// Whether a file gives back the same for both.
+/// Tells whether a file gives back the same for both.
 bool isSame(const QVariant &a, const QVariant &b);
 
-/// Whether a text in it looks like a secret whatever its setting is called: a password in an address,
-/// "password=..." in a line that a file's open quote took in, a private key.
+/// Tells whether a text in it looks like a secret whatever its setting is called: a password in an
+/// address, "password=..." in a line that a file's open quote took in, a private key.
 bool holdsSecret(const QVariant &value);
 
-/// Everything about the value, for comparing what was read with what was read before.
+/// Returns everything about the value, to compare what was read with what was read before.
 QByteArray fingerprint(const QVariant &value);
 
 } // namespace value

@@ -17,7 +17,7 @@ namespace {
 
 enum class Next { OfRoot, OfAnother, MissingFile, MissingDirectory };
 
-// Bytes all the way: a name that is no UTF-8 must not become another.
+// Paths stay bytes here, because a name that is no UTF-8 must not become another.
 QList<QByteArray> parts(const QByteArray &path)
 {
     QList<QByteArray> result = path.split('/');
@@ -57,7 +57,7 @@ private:
             if (errno != ENOENT && way.error == 0)
                 way.error = errno;
             noteShared(rest.isEmpty() ? Next::MissingFile : Next::MissingDirectory);
-            here = next; // and so on: what is missing holds no link
+            here = next; // what is missing holds no link
             return;
         }
         noteShared(status.st_uid == 0 ? Next::OfRoot : Next::OfAnother);
@@ -71,7 +71,7 @@ private:
 
     void takeLink(const QByteArray &link)
     {
-        constexpr int mostLinks = 40; // as for the kernel
+        constexpr int mostLinks = 40; // the kernel's limit
         std::array<char, PATH_MAX> target{};
         const ssize_t length = readlink(link.constData(), target.data(), target.size());
         const int error = length < 0 ? errno : ELOOP;

@@ -31,7 +31,7 @@ struct Way
 /// Follows the path inside the root, out of which neither an absolute link nor ".." leads.
 Way follow(const QString &path, const QString &root = "/");
 
-/// The path of the file or directory, links included, in absolute form. Nothing is looked up.
+/// Returns the path in absolute form, links included. Looks nothing up.
 QString absolute(const QString &path);
 
 #endif

@@ -47,7 +47,8 @@ Findings findAll(const Context &context)
     const QStringList harmless = files(context.files, description, findings);
     const QStringList opened = context.files.openedAtOnce();
     const QStringList all = context.files.all();
-    // Nothing else can be asked of files that would hang or end whoever opens them.
+    // The library must not open files that would hang or end whoever opens them, so the check ends
+    // here.
     const bool canAsk = std::all_of(opened.cbegin(), opened.cend(), [&](const QString &file) {
         return harmless.contains(file) || !all.contains(file);
     });

@@ -12,32 +12,32 @@
 
 struct Context;
 
-// What is looked at, in this order. Each adds what it finds.
+// These are the parts of a check, in their order. Each adds what it finds.
 namespace check {
 
-/// All of it.
+/// Runs all of them.
 Findings findAll(const Context &context);
 
 void prefixes(const Places &places, Findings &findings);
-/// The files without the library: what they are, their lines, owners, locks and the way to write
-/// them; which entries are meant to be lists, the description knows. Returns those that the library
-/// can open without harm.
+/// Looks at the files without the library: what they are, their lines, owners, locks and the way to
+/// write them. The description says which entries are meant to be lists. Returns the files that the
+/// library can open without harm.
 QStringList files(const Files &files, const Description &description, Findings &findings);
-/// What the library makes of the harmless files.
+/// Look at what the library makes of the harmless files.
 void storages(const Session &session, const QStringList &harmless, Findings &findings);
 void settingNames(const Session &session, Findings &findings);
 void variables(const Session &session, const Description &description, Findings &findings);
 void values(const Session &session, const Description &description, Findings &findings);
-/// What the description says of all that is held.
+/// Holds everything that is set against the description.
 void againstDescription(const Session &session, const Context &context, Findings &findings);
 
-/// What is wrong with a text that stands for the setting, wherever it is held; a description says it
-/// better.
+/// Finds what is wrong with a text that stands for the setting, wherever it is held; where there is
+/// a description, that says it better.
 void text(const Setting &setting, const QString &text, const QString &place, const QString &remedy,
           const Description &description, Findings &findings);
 
-/// The settings that each variable may stand for. Older names are among them where no setting of
-/// today has that variable.
+/// Lists the settings that each variable may stand for. Older names are among them where no setting
+/// of today has that variable.
 QMap<QString, QStringList> meaningsOfVariables(const Session &session,
                                                const Description &description);
 

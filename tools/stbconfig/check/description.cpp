@@ -58,7 +58,7 @@ public:
 
     void look(const Held &held)
     {
-        // The whole name as a key: no application reads "/b" when it asks for "b".
+        // The whole name is taken as a key, because no application reads "/b" when it asks for "b".
         const Setting setting{{}, held.name};
         if (const Described *described = description.find(setting))
             lookAtValue(held, *described);
@@ -141,7 +141,7 @@ void ofVariables(const Session &session, const Description &description, Judge &
     const auto &storage = session.readable(location);
     const auto meanings = meaningsOfVariables(session, description);
     for (auto it = meanings.cbegin(); it != meanings.cend(); ++it) {
-        // Of a name that has changed in case alone, the variable is still the same.
+        // A name that has changed only in case still has the same variable.
         const bool isOfToday = std::any_of(it->cbegin(), it->cend(), [&](const QString &name) {
             return description.find({{}, name}) != nullptr;
         });

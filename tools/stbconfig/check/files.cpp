@@ -23,7 +23,7 @@ using stbconfig::ConfigurationManager;
 namespace check {
 namespace {
 
-// What mends a file depends on who may write it.
+// Who may write a file decides what mends it.
 struct Role
 {
     QString file;
@@ -71,7 +71,7 @@ bool hasOpenComma(const QByteArray &value)
     return false;
 }
 
-// Behind a blank a comment is meant.
+// A ";" behind a blank is meant as a comment.
 bool isValueCut(const RawLine &line)
 {
     return line.isCut && !line.text.endsWith(' ') && !line.text.endsWith('\t');
@@ -88,7 +88,7 @@ bool isDescribedList(const Role &role, const RawLine &line)
 void ofEntry(const Role &role, const RawLine &line, Findings &findings)
 {
     const QString place = at(role, line);
-    // Only at the beginning of a text, where a second "@" makes it a text again.
+    // The "@" counts only at the beginning of a text; a second "@" there makes it a text again.
     static const QRegularExpression typed(R"((?:^|,)[ \t"]*(?:@|\\x0*40)(?:Variant|DateTime)\()");
     if (typed.match(QString::fromLatin1(line.value)).hasMatch()) {
         findings.append(
@@ -177,7 +177,7 @@ void ofOwner(const QString &file, Findings &findings)
           "give it to " + owner}});
 }
 
-// False if it must not be opened.
+// Returns false if the file must not be opened.
 bool ofFile(const Role &role, const QString &root, const QDeadlineTimer &deadline,
             Findings &findings)
 {
@@ -264,7 +264,7 @@ QStringList files(const Files &files, const Description &description, Findings &
         if (ofFile(role, files.root(), deadline, findings))
             rest.append(role.file);
     }
-    // One after the other, because a file can hide the next.
+    // Looks for one file after the other, because one can hide the next.
     while (const auto problem = fileproblem::ofReader(rest)) {
         findings.append(
             {Id::EndsReader, {problem->thing, problem->whatHappened, "restore the file"}});

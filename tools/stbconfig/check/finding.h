@@ -11,7 +11,7 @@
 
 namespace check {
 
-// What can be found. The names and severities stand in finding.cpp, in this order.
+// All findings there are. Their names and severities stand in finding.cpp, in this order.
 enum class Id {
     Malformed,
     Unreadable,
@@ -61,7 +61,7 @@ using Findings = QVector<Finding>;
 QString nameOf(Id id);
 Severity severityOf(Id id);
 QString nameOf(Severity severity);
-/// Whether it means that a file cannot be read as a whole; the description is one of them.
+/// Tells whether it means that a file cannot be read as a whole; the description is such a file.
 bool isOfReading(Id id);
 
 /// Ends with Misuse if there is no such finding, or severity.

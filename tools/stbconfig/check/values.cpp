@@ -12,7 +12,7 @@ using stbconfig::ConfigurationManager;
 namespace check {
 namespace {
 
-// "no" is Norwegian, and a country.
+// "no" is also the code of Norwegian and of Norway, so such a setting may mean it.
 bool isLanguage(const Setting &setting)
 {
     static const QRegularExpression word("locale|lang|country|region|territory",
@@ -25,7 +25,7 @@ void ofDefault(const Setting &setting, const QVariant &value, const QString &pla
                Findings &findings)
 {
     if (!defaults.contains(setting.group, setting.key)) {
-        // A description says which names are right.
+        // Where there is a description, it says which names are right.
         if (!description.exists())
             findings.append({Id::NoDefault, {place, "the defaults lack it", "check the spelling"}});
     } else if (value::texts(defaults.value(setting.group, setting.key)) == value::texts(value)) {

@@ -50,14 +50,14 @@ CLI::Option *findOption(const Typed &typed, const QString &name)
 
 bool takesValue(const CLI::Option *option) { return option->get_items_expected_max() > 0; }
 
-// Those options say which files the candidates come from; the others do not matter here.
+// Only these options say which files the candidates come from; the others do not matter here.
 void apply(CLI::Option *option, const QString &value)
 {
     const QStringList placing{"--persistent", "--defaults", "--root",     "--storage",
                               "--as-root",    "--schema",   "--no-schema"};
     if (!placing.contains(QString::fromStdString(option->get_name())))
         return;
-    option->clear(); // of what a variable has said
+    option->clear(); // a variable may have set it
     option->add_result(value.toStdString());
     option->run_callback();
 }
@@ -110,7 +110,7 @@ Files filesOf(const Typed &typed)
     return result;
 }
 
-// One that cannot be read describes nothing.
+// A description that cannot be read describes nothing.
 Description describe(const Typed &typed)
 {
     const Arguments &arguments = typed.line.arguments();
@@ -134,7 +134,7 @@ QStringList settings(const Typed &typed)
     return isOfOneFile ? session.written().allKeys() : session.knownSettings();
 }
 
-// The group first, so that a box with thousands of settings does not show them all.
+// Offers the groups first, so that a box with thousands of settings does not show them all.
 QStringList settingNames(const Typed &typed, const QString &word)
 {
     const QStringList all = settings(typed);
@@ -150,7 +150,8 @@ QStringList settingNames(const Typed &typed, const QString &word)
     return result;
 }
 
-// As settingNames, but a pattern is held against the name without a group as it is.
+// Does what settingNames() does, but offers a name without a group as it is, because a pattern is
+// held against that.
 QStringList patterns(const Typed &typed, const QString &word)
 {
     QStringList result = settingNames(typed, word);
@@ -170,7 +171,7 @@ QStringList groups(const Typed &typed, const QString &)
     return result;
 }
 
-// As "set" takes it: a list of texts with commas cannot be typed.
+// Returns the default as "set" takes it. A list of texts with commas cannot be typed.
 QStringList defaultOf(const Described &described)
 {
     if (!described.defaultValue || described.setting.isSecret())
@@ -213,7 +214,7 @@ QStringList keys(const Typed &typed, const QString &)
 {
     const QString first = typed.words.first();
     if (typed.command->get_name() == "set" && first.contains('/'))
-        return valuesOf(typed, Setting::named(first)); // the spelling GROUP/KEY VALUE
+        return valuesOf(typed, Setting::named(first)); // spelled as GROUP/KEY VALUE
     const QStringList all = settings(typed);
     const QString group = first + '/';
     QStringList result;
@@ -271,7 +272,7 @@ QStringList severities(const Typed &, const QString &)
             check::nameOf(check::Severity::Note)};
 }
 
-// By the name under which commands declare an option or a word.
+// Finds the source by the name under which commands declare an option or a word.
 Source sourceOf(const QString &name)
 {
     static const QHash<QString, Source> sources{
@@ -339,7 +340,7 @@ QStringList candidates(const Typed &typed, const QString &word)
     if (!typed.hasOnlyWords && word.startsWith('-'))
         return optionNames(typed.command ? *typed.command : typed.app);
     QStringList result = typed.command ? wordsOfCommand(typed, word) : commandNames(typed.app);
-    // They would be taken for options.
+    // Names that begin with "-" would be taken for options.
     if (!typed.hasOnlyWords) {
         result.erase(std::remove_if(result.begin(), result.end(),
                                     [](const QString &name) { return name.startsWith('-'); }),
@@ -370,7 +371,7 @@ QByteArray linesFor(const Typed &typed, const QString &word)
     return lines;
 }
 
-// Says nothing but candidates, and none rather than late ones: somebody waits in front of a line.
+// Prints nothing but candidates, and rather none than late ones, because somebody waits for them.
 void complete(const CommandLine &line, CLI::App &app, QStringList words)
 {
     constexpr std::chrono::seconds limit(2);
@@ -393,10 +394,11 @@ void addComplete(CommandLine &line)
 {
     const auto words = std::make_shared<QStringList>();
     const Command command = line.addCommand("complete", "", {});
-    // As many as there are, but none taken apart, as CLI11 does where it may take more than it must.
+    // Takes as many words as there are, one by one: CLI11 takes words apart where it may take more
+    // than it must.
     command.addWord("words", "", [words](const QString &word) { words->append(word); })
         .givenOften(1 << 20);
-    // The words say which files are looked at.
+    // This runs at once because its words say which files to look at.
     command.runAtOnce(
         [&line, app = command.app(), words] { complete(line, *app->get_parent(), *words); });
 }

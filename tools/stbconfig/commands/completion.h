@@ -8,7 +8,7 @@
 
 namespace completion {
 
-/// The shells that there is a script for.
+/// Lists the shells that there is a script for.
 QStringList shells();
 
 } // namespace completion

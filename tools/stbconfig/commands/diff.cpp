@@ -53,7 +53,7 @@ ExitStatus withDefaults(const Context &context, const QString &glob)
     return rows.isEmpty() ? Done : PlainNo;
 }
 
-// Of a secret only that it differs; a hash of it would tell whoever guesses.
+// Says of a secret only that it differs. A hash of it would confirm a guess.
 output::Row rowOf(const Setting &setting, const QVariant *here, const QVariant *there,
                   const output::Format &format)
 {
@@ -89,7 +89,7 @@ const QVariant *find(const Entries &entries, const QString &name)
     return it == entries.cend() ? nullptr : &*it;
 }
 
-// An export leaves them out, so that two equal boxes seem to differ.
+// An export leaves secrets out, so that two equal boxes seem to differ.
 void tellSecrets(const otherside::Side &side, const Entries &here, const Entries &there)
 {
     const auto isSecret = [](const QString &name) { return Setting::named(name).isSecret(); };

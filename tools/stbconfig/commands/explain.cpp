@@ -26,7 +26,8 @@ QString reason(const Answer &answer, const Answer *winner)
     return "not set";
 }
 
-// What those readers of the library make of it that do not simply take the winner.
+// Says what the logging and locale readers of the library make of the setting: they do not simply
+// take the winner.
 QString readersView(const Session &session, const Setting &setting, const QVector<Answer> &answers)
 {
     if (setting.group == names::localeGroup && setting.key == names::localeKey)
@@ -166,7 +167,7 @@ ExitStatus explain(const Context &context, const Words &words)
         printRecords(session, setting, answers, context.arguments.format);
     else
         printForPerson(session, setting, answers, told, context.arguments);
-    // Last, because what the other locations answer helps to mend the file.
+    // This comes last, because what the other locations answer helps to mend the file.
     session.requireReadableFiles();
     if (winner)
         return Done;

@@ -19,9 +19,9 @@ struct ExportOptions
 struct Exported
 {
     Entries entries;
-    QMap<QString, QString> origins; // of each, if that is wanted
+    QMap<QString, QString> origins; // where each comes from, if that is wanted
     QVector<Problem> lost; // what no file can carry
-    int secrets = 0; // that were left out
+    int secrets = 0; // how many were left out
 };
 
 void add(Exported &all, const Context &context, const QString &name, const QVariant &value,
@@ -112,6 +112,6 @@ void addExport(CommandLine &line)
     const Option effective = command.addFlag("--effective", own->isEffective,
                                              "all that answer, each with its origin as a comment");
     command.addStorage(own->storage).excludes(effective);
-    // It would export what the description calls secret.
+    // Without the description it would export what the description calls secret.
     command.treatBadDescription(BadDescription::Refused);
 }

@@ -20,7 +20,7 @@ void print(const Context &context, const GetOptions &own, const QVariant &found,
            const QString &origin)
 {
     const Setting setting = own.words.setting();
-    // The one place where a secret is meant to be seen.
+    // This is the one place that shows a secret on purpose.
     output::Format open = context.arguments.format;
     open.showSecrets = true;
     const auto converted = own.as ? value::converted(found, *own.as) : found;

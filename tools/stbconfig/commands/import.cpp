@@ -49,7 +49,7 @@ std::optional<Problem> refusalOf(const Context &context, const Setting &setting,
     return problem ? problem : forbiddenValue(context, setting, value);
 }
 
-// All of them, so that one correction of the file is enough.
+// Names all of them, so that one correction of the file is enough.
 void requireNoRefusals(const Context &context, const QString &source,
                        const exchange::Contents &contents)
 {
@@ -136,7 +136,7 @@ ExitStatus importSettings(const Context &context, const ImportOptions &own)
     const exchange::Text text = own.input ? *own.input : exchange::fromFile(own.file, asRoot);
     const exchange::Contents contents = chosen(exchange::read(text, asRoot), own.only);
     requireNoRefusals(context, text.source, contents);
-    // A pipe whose beginning has failed is empty: it must not remove everything.
+    // An empty text may come from a pipe whose first command failed; it must not remove everything.
     if (contents.entries.isEmpty()) {
         output::note({text.source,
                       own.only.isEmpty() ? "holds no setting" : "holds no setting " + own.only,
@@ -168,7 +168,7 @@ void addImport(CommandLine &line)
     command.addStorage(own->storage);
     command.addRecords();
     command.treatBadDescription(BadDescription::Refused);
-    // Before the time begins that a command has: what is on the other end may be slow.
+    // The input is read before the time limit begins, because the other end may be slow.
     command.addRule([own] {
         if (own->file == "-")
             own->input = exchange::fromStandardInput();

@@ -23,7 +23,7 @@ struct Holder
     QString origin;
 };
 
-// Who answers for the setting, if it is a location that was asked for.
+// Returns who answers for the setting, if that is a location that was asked for.
 std::optional<Holder> holderOf(const Session &session, const QString &name, const ListOptions &own)
 {
     const auto answers = session.ask(Setting::named(name));
@@ -149,6 +149,6 @@ void addList(CommandLine &line)
     describe.excludes(keys);
     command.addStorage(own->storage).excludes(from).excludes(describe);
     command.addRecords();
-    // With --describe it is a reason to end.
+    // The command itself ends at a bad description, but only with --describe.
     command.treatBadDescription(BadDescription::Found);
 }

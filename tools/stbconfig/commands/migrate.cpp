@@ -38,7 +38,7 @@ const OldName *newestHeld(const Described &described, const Entries &held)
     return nullptr;
 }
 
-// What "set" would store, so that the newer application reads it.
+// Returns what "set" would store, so that the newer application reads it.
 QVariant stored(const Described &described, const QVariant &value)
 {
     return described.type == value::Type::List ? value : *value::converted(value, described.type);
@@ -115,7 +115,7 @@ writing::Change changeOf(const Plan &plan)
     return change;
 }
 
-// What a write would have to keep.
+// Returns what a write would have to keep.
 QStringList keptOf(QSet<QString> foreign, const writing::Change &change)
 {
     for (const Setting &setting : change.remove)

@@ -23,7 +23,7 @@ using stbconfig::ConfigurationManager;
 namespace otherside {
 namespace {
 
-// With what the other user has of its own, all within the time of the command.
+// Together with the time limits of the other reads, this stays within the time of the command.
 constexpr std::chrono::seconds limit(12);
 
 bool isThere(const QString &file)
@@ -42,7 +42,7 @@ struct Place
     Compared compared;
 };
 
-// A directory that holds the files, or else one that holds the directories of their prefixes.
+// Takes a directory that holds the files, or else one that holds the directories of their prefixes.
 Place placeOf(const QString &path, const Places &places)
 {
     const QString directory = path + '/';
@@ -60,7 +60,7 @@ Place placeOf(const QString &path, const Places &places)
                    "name a box's directory, an image's or an exported file"}};
 }
 
-// Before root reads, it must be sure that nobody lets the way lead elsewhere by then.
+// Root may read only where nobody can make the way lead elsewhere in the meantime.
 void requireOwn(const Files &files)
 {
     const QStringList opened = files.openedAtOnce();
@@ -74,7 +74,8 @@ void requireOwn(const Files &files)
     }
 }
 
-// In a child, since that user's rights are taken for good. Nothing for a path that is no directory.
+// Runs in a child, because it takes that user's rights for good. Returns nothing for a path that is
+// no directory.
 std::optional<Place> arrive(const QString &path, const Places &places)
 {
     if (!places.asRoot)
@@ -119,7 +120,7 @@ Failure whyNot(const QString &path, const Places &places, const child::End &end)
     return search.failure.value_or(Failure{CannotRead, {path, end.why, "try again"}});
 }
 
-// As export --effective writes it.
+// Tells whether export --effective has written the text.
 bool hasOrigins(const exchange::Text &text)
 {
     const QVector<RawLine> lines = rawLines(text.bytes);

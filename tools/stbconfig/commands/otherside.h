@@ -26,11 +26,11 @@ struct Side
 /// way to its files, whoever this box's files belong to. Ends with CannotRead.
 Side look(const QString &path, const Places &places);
 
-/// What is compared of a session. Unless all that answer are wanted, the session must have no
-/// variables.
+/// Returns what is compared of a session. Unless all that answer are wanted, the session must have
+/// no variables.
 Entries entriesOf(const Session &session, Compared compared);
 
-/// The entries of the other side. Ends with CannotRead if its text cannot be taken apart.
+/// Returns the entries of the other side. Ends with CannotRead if its text cannot be taken apart.
 Entries entriesOf(const Side &side, bool asRoot);
 
 } // namespace otherside

@@ -26,15 +26,15 @@ struct Meant
     QStringList kept;
 };
 
-// What is said of the setting. No description says anything of a named storage.
+// Returns what the description says of the setting. It says nothing of a named storage.
 const Described *describedOf(const Context &context, const QString &name)
 {
     return context.files.storage() ? nullptr
                                    : context.description.findByAnyName(Setting::named(name));
 }
 
-// An older name goes and stays with the setting's name of today: otherwise the next migration would
-// bring back what was reset.
+// An older name is reset or kept together with today's name of the setting: otherwise the next
+// migration would bring back what was reset.
 bool matches(const QString &glob, const QString &name, const Described *described)
 {
     return names::matches(glob, name)
@@ -92,7 +92,8 @@ output::Row rowOf(const Context &context, const QString &name, bool isKept, cons
              value ? output::field(setting, *value, format) : QString()}};
 }
 
-// What answers once the file holds only what is kept: before the write the same as after it.
+// Returns what answers once the file holds only what is kept. It is the same before the write and
+// after it.
 output::Row answerOf(const Context &context, const Session &session, const QString &name,
                      bool isKept, const QVariant &stored)
 {

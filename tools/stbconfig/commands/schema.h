@@ -8,7 +8,7 @@
 
 namespace schema {
 
-/// What the command schema prints, as it is asked for.
+/// Lists what the command schema prints, by the words that ask for it.
 QStringList outputs();
 
 } // namespace schema

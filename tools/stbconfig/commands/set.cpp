@@ -23,7 +23,7 @@ struct SetOptions
     writing::Manner manner;
 };
 
-// All of standard input but the last line end, which echo and editors put there.
+// Reads all of standard input but the last line end, which echo and editors put there.
 QString inputText()
 {
     constexpr qint64 most = 16 << 20;
@@ -76,7 +76,7 @@ QVariant typed(const Setting &setting, const QString &text, value::Type type)
     return text;
 }
 
-// What the new value hides, or will be taken for.
+// Warns of what the new value hides, or will be taken for.
 void tellCosts(const Context &context, const Setting &setting, const QVariant &value)
 {
     if (context.files.storage())
@@ -93,7 +93,7 @@ void tellCosts(const Context &context, const Setting &setting, const QVariant &v
     }
 }
 
-// What the description says of the setting. It describes no named storage.
+// Returns what the description says of the setting. It describes no named storage.
 const Described *describedIn(const Context &context, const Setting &setting)
 {
     return context.files.storage() ? nullptr : context.description.find(setting);

@@ -6,20 +6,20 @@
 
 #include "arguments.h"
 
-// What the commands share that change a setting.
+// The commands that change a setting share these.
 
 /// Ends with Misuse if Qt would take the name for another one, and says for which.
 void requireOwnName(const Setting &setting);
 
-/// Why the description of the settings forbids the name, or the value; nothing if it does not, or if
+/// Says why the description forbids the name, or the value. Returns nothing if it does not, or if
 /// the change is of a named storage. No text shows the value.
 std::optional<Problem> forbiddenName(const Context &context, const Setting &setting,
                                      names::Nearest &nearest);
 std::optional<Problem> forbiddenValue(const Context &context, const Setting &setting,
                                       const QVariant &value);
 
-/// The word, which must not be empty, as of an unset variable of a shell: it would match all settings.
-/// Otherwise ends with Misuse.
+/// Returns the word. Ends with Misuse if it is empty, as an unset variable of a shell gives it: it
+/// would match all settings.
 QString patternOf(const QString &word, const QString &where);
 
 /// Calls what tells more of a change. If that ends with a Failure, and the change is saved, the

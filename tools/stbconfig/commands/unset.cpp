@@ -18,8 +18,8 @@ struct UnsetOptions
     writing::Manner manner;
 };
 
-// The same value answers when it is gone, whichever location it then comes from. What nobody can ask
-// for has no value to compare.
+// Tells whether the same value answers when the entry is gone, whichever location it then comes
+// from. An entry that nobody can ask for has no value to compare.
 bool isRedundant(const QString &name, const QVariant &value, const Entries &defaults,
                  bool countsVariables)
 {
@@ -76,7 +76,8 @@ Problem nothingChosen(const Context &context, const UnsetOptions &own,
 writing::Change changeOf(const UnsetOptions &own, const QStringList &chosen)
 {
     writing::Change change;
-    // As a whole, because Qt cannot address every key that a file written by hand can hold.
+    // The group goes as a whole, because Qt cannot address every key that a file written by hand
+    // can hold.
     if (own.group) {
         change.removeGroup = *own.group;
         return change;
@@ -86,7 +87,7 @@ writing::Change changeOf(const UnsetOptions &own, const QStringList &chosen)
     return change;
 }
 
-// What answers for the setting now; nothing for a named storage, which takes no part in that.
+// Returns what answers for the setting now; null for a named storage, which takes no part in that.
 const provenance::Answer *winnerNow(const Context &context,
                                     const QVector<provenance::Answer> &answers)
 {
@@ -101,7 +102,7 @@ void tell(const Context &context, const UnsetOptions &own, const QStringList &ch
     for (const QString &name : chosen) {
         const Setting setting = Setting::named(name);
         auto answers = session.ask(setting);
-        // A dry run has removed nothing: what is left out here would answer then.
+        // A dry run has removed nothing, so the custom file's answer is left out here.
         if (own.manner.dryRun && !context.files.storage())
             answers.removeFirst();
         const auto *winner = winnerNow(context, answers);
@@ -123,7 +124,7 @@ void tell(const Context &context, const UnsetOptions &own, const QStringList &ch
     output::lines(rows, format);
 }
 
-// They hide nothing, but the next migration would take their values over.
+// Entries under older names hide nothing, but the next migration would take their values over.
 void tellOlderNames(const Context &context, const QStringList &chosen, Entries left)
 {
     for (const QString &name : chosen)
@@ -190,7 +191,7 @@ void addUnset(CommandLine &line)
                            "name a setting as GROUP/KEY, /KEY or GROUP KEY, or give --group or "
                            "--redundant"}};
         }
-        // To Qt, an empty group means the whole file.
+        // Qt takes an empty group for the whole file.
         if (own->group && own->group->isEmpty())
             throw Failure{Misuse, {"unset", "an empty group", "name the group"}};
         if (!own->words.all.isEmpty())

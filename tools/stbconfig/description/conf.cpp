@@ -41,7 +41,7 @@ void conf(const Context &context)
         if (!held.isValid())
             commented.insert(name);
     }
-    // The library quotes and escapes, so that it reads what is described.
+    // The library writes the text itself, so that it quotes and escapes what it will read.
     const QByteArray text = exchange::written(entries, context.arguments.places.asRoot);
     std::optional<QString> group; // of the entry before
     exchange::print(exchange::withComments(text, [&](const QString &name) {

@@ -32,7 +32,7 @@ QSet<QString> Description::secrets() const
 {
     QSet<QString> result;
     for (const Described &described : m_all) {
-        // A secret stays one under a name that does not say so.
+        // A secret stays a secret under a new name that does not say so.
         const bool wasSecret =
             std::any_of(described.was.cbegin(), described.was.cend(),
                         [](const OldName &old) { return old.setting.isSecret(); });
@@ -115,7 +115,7 @@ std::optional<Breach> breachOfNumber(const Described &described, const QVariant 
                                     })};
 }
 
-// Everything but a few words is true to an application, also "no".
+// An application takes everything but a few words for true, even "no".
 std::optional<Breach> breachOfBoolean(const QVariant &value)
 {
     static const QStringList falseWords{"", "no", "off", "disabled"};

@@ -36,7 +36,7 @@ struct Described
     QString since;
     QVector<OldName> was; // the newest first
     bool isSecret = false;
-    bool isKept = false; // by a reset
+    bool isKept = false; // a reset leaves it alone
 };
 
 // The settings that an application has, as their description says. Without one it is empty, and
@@ -48,16 +48,18 @@ public:
     /// Each name, of today or older, belongs to one setting alone.
     Description(const QString &file, const QVector<Described> &all);
 
-    /// Whether there is one: it may describe nothing.
+    /// Tells whether there is a description; one may describe nothing.
     bool exists() const { return !m_file.isEmpty(); }
     const QString &file() const { return m_file; }
-    /// In the order of the names.
+    /// Returns the settings in the order of their names.
     const QVector<Described> &all() const { return m_all; }
     QStringList names() const;
-    /// The secret ones, by each of their names; also those of which an older name says so.
+    /// Returns each name of every secret setting. An older name that says so makes a setting
+    /// secret.
     QSet<QString> secrets() const;
 
-    /// The setting that has this name today, that had it, or either; null if there is none.
+    /// These find the setting that has this name today, that had it, or either; null if there is
+    /// none.
     const Described *find(const Setting &setting) const;
     const Described *findOld(const Setting &setting) const;
     const Described *findByAnyName(const Setting &setting) const;
@@ -78,19 +80,19 @@ struct Breach
     QString nearest; // what is allowed in its place; empty if nothing comes near
 };
 
-/// Nothing if the value is allowed.
+/// Returns nothing if the value is allowed.
 std::optional<Breach> breachOf(const Described &described, const QVariant &value);
 
-/// What to do about it. What is nearest to a secret would tell a part of it.
+/// Says what to do about it, but not for a secret: what is nearest would tell a part of it.
 QString remedy(const Breach &breach, const Described &described, bool isSecret);
 
-/// That the description knows no such setting, and which of its names is the nearest, or that it
-/// knows it by another name today; nothing if it does, if the library itself reads the setting, or if
-/// there is no description.
+/// Says that the description knows no such setting, and which of its names is the nearest, or by
+/// which name it knows it today. Returns nothing if it knows the setting, if the library itself
+/// reads it, or if there is no description.
 std::optional<Problem> unknownName(const Description &description, const Setting &setting,
                                    names::Nearest &nearest);
 
-/// For a person: "a whole number from 0 to 100".
+/// Says what is allowed, for a person: "a whole number from 0 to 100".
 QString allowed(const Described &described);
 
 } // namespace description

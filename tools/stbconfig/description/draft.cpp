@@ -27,14 +27,15 @@ bool isBoolean(const QVariant &value)
 
 bool isText(const QVariant &value) { return value.userType() == QMetaType::QString; }
 
-// Whether it is of a type that a description has.
+// Tells whether the value is of a type that a description has.
 bool isDescribable(const QVariant &value)
 {
     const QVariantList items = value::isList(value) ? value.toList() : QVariantList{value};
     return std::all_of(items.cbegin(), items.cend(), isText);
 }
 
-// What a secret consists of is no less a secret, and may change.
+// The characters of a secret may change, and their kind would tell a part of it, so it is always a
+// text.
 value::Type typeOf(const QVariantList &values, bool isSecret)
 {
     const auto areAll = [&values](bool (*is)(const QVariant &)) {
@@ -62,7 +63,7 @@ QJsonObject described(const Setting &setting, const QVariantList &values)
     return result;
 }
 
-// Why the setting cannot be described; empty if it can.
+// Says why the setting cannot be described; empty if it can.
 QString obstacleOf(const QString &name, const QVariantList &values)
 {
     if (entries::nameAsRead(name) != name)
@@ -82,7 +83,7 @@ QString obstacleOf(const QString &name, const QVariantList &values)
 void draft(const Context &context)
 {
     const writing::Holdings holdings = writing::inspect(context.files, true);
-    // The image's value first, for it is the default.
+    // The image's value goes first, because it is the default.
     QMap<QString, QVariantList> all;
     for (const Entries &entries : {holdings.defaults, holdings.written}) {
         for (auto it = entries.cbegin(); it != entries.cend(); ++it)

@@ -13,19 +13,19 @@ struct Context;
 // a description says, it ends no comment, begins no markup and moves no cursor.
 namespace generators {
 
-/// A description, of what the files hold.
+/// Prints a description of what the files hold.
 void draft(const Context &context);
-/// The defaults as a file, with a comment at each.
+/// Prints the defaults as a file, with a comment at each.
 void conf(const Context &context);
-/// A page for a person.
+/// Prints a page for a person.
 void markdown(const Context &context);
-/// Accessors for an application. Ends with Misuse if two settings would have one name there.
+/// Prints accessors for an application. Ends with Misuse if two settings would have one name there.
 void header(const Context &context);
 
-/// A text of the description, each of its lines safe to show and without blanks around it; nothing
+/// Returns a text of the description, each line safe to show and without blanks around it; nothing
 /// if it is empty.
 QStringList linesOf(const QString &text);
-/// The default that may be told; null if there is none.
+/// Returns the default that may be told; null if there is none.
 const QVariant *defaultOf(const Described &described, const output::Format &format);
 
 } // namespace generators

@@ -112,8 +112,9 @@ constexpr char ending[] = R"(
 #endif
 )";
 
-// What stands between the quotes. Only what any compiler reads in the same way: "??" could begin
-// another character, and a number of three octal digits takes no digit that follows.
+// Returns what stands between the quotes, written so that every compiler reads it in the same way:
+// "??" could begin another character, and a number of three octal digits takes no digit that
+// follows.
 QString inQuotes(const QString &text)
 {
     QString result;
@@ -143,8 +144,8 @@ bool isLetter(QChar character)
     return character.unicode() < 0x80 && std::isalpha(character.unicode()) != 0;
 }
 
-// With its "_" and a capital first it is no word of the language. Of capitals alone it might be a
-// macro, as INT_MAX is.
+// A name with a "_" and a capital first is no word of the language. A name of capitals alone might
+// be a macro, as INT_MAX is, so it gets a "_" at its end.
 QString identifierOf(const Setting &setting)
 {
     const QString name = setting.group.isEmpty() ? "General/" + setting.key : setting.name();
@@ -160,8 +161,8 @@ QString identifierOf(const Setting &setting)
     return result == result.toUpper() ? result + '_' : result;
 }
 
-// Of Doxygen's commands and markup, and of HTML, a backslash makes a text. The end of a comment is
-// parted, and so is what some compilers take for a backslash at a line's end.
+// A backslash makes plain text of Doxygen's commands and markup, and of HTML. The end of a comment
+// is parted, and so is what some compilers take for a backslash at a line's end.
 QString inComment(const QString &line)
 {
     QString result;

@@ -9,8 +9,8 @@
 namespace generators {
 namespace {
 
-// Everything that shows Markdown takes a character reference for a mere character. So it stands for
-// what begins markup or HTML, anywhere or at the beginning of a line.
+// Every program that shows Markdown takes a character reference for a mere character. So a
+// reference replaces what begins markup or HTML, anywhere or at the beginning of a line.
 QString escaped(const QString &line)
 {
     static const QRegularExpression first("^(?:[-+=:#]|[0-9]+[.)](?= |$))");
@@ -54,7 +54,7 @@ void add(QStringList &page, const Described &described, const output::Format &fo
     if (!text.isEmpty())
         page.append("");
     add(page, "Type", value::nameOf(described.type));
-    // All of them, unlike in what is shown elsewhere.
+    // This names all values, unlike what is shown elsewhere.
     add(page, "Allowed",
         described.values.isEmpty() ? description::allowed(described) : described.values.join(", "));
     if (described.defaultValue)

@@ -74,7 +74,7 @@ public:
     }
 
 private:
-    /// The next byte that is no blank; NUL at the end.
+    /// Returns the next byte that is no blank; NUL at the end.
     char next()
     {
         while (m_offset < m_json.size() && isBlank(m_json[m_offset]))
@@ -107,7 +107,7 @@ private:
         return name;
     }
 
-    // There is another one behind it.
+    // There is another member behind it.
     void skipValue()
     {
         int depth = 0;

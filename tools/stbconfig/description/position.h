@@ -21,18 +21,20 @@ namespace position {
 
 using Offset = QByteArray::size_type;
 
-/// Of the byte with this offset, or of the end of the UTF-8 text if the offset is behind it.
+/// Returns the place of the byte with this offset, or of the end of the UTF-8 text if the offset is
+/// behind it.
 Position of(const QByteArray &text, Offset offset);
 
 /// The names of the members, and the indexes of the items, that lead to a value; from the outermost.
 using Path = QStringList;
 
-/// Where the value with this path begins, or the name of the member; there is one. Qt accepts the text,
-/// and no object of it has two members of one name.
+/// Returns where the value with this path begins, or the name of the member; there must be one. Qt
+/// must accept the text, and no object of it may have two members of one name.
 Offset ofValue(const QByteArray &json, const Path &path);
 Offset ofName(const QByteArray &json, const Path &path);
 
-/// Where the first member begins whose name its object has already. Qt drops one of the two in silence.
+/// Returns where the first member begins whose name its object has already. Qt drops one of the two
+/// in silence.
 std::optional<Offset> ofRepeatedName(const QByteArray &json);
 
 } // namespace position

@@ -10,7 +10,8 @@
 
 namespace description {
 
-/// Whether a description can hold the text: any version of Qt gives back each of its characters.
+/// Tells whether a description can hold the text: every version of Qt must give back each of its
+/// characters.
 bool canHold(const QString &text);
 
 /// Takes the JSON apart. Ends with CannotRead, and names the line and the column, if it is no JSON or

@@ -11,7 +11,8 @@ namespace description {
 
 Description load(const Choice &choice, const Files &files, bool asRoot)
 {
-    // Twenty thousand settings need less, and reading takes many times the size of the file.
+    // Twenty thousand settings need less than this, and reading takes many times the size of the
+    // file.
     constexpr qint64 largest = 16 << 20;
     if (choice.isNone)
         return {};

@@ -20,11 +20,11 @@ struct Told
 
 Told told(const Description &description, const Setting &setting, const QVariant *value);
 
-/// For a person, in lines of less than 80 columns.
+/// Returns lines for a person, each of less than 80 columns.
 QStringList lines(const Told &told, const output::Format &format);
-/// For a program; null if nothing is described.
+/// Returns an object for a program; null if nothing is described.
 QJsonValue json(const Told &told, const output::Format &format);
-/// For a script: the default, what is allowed, and the description's text.
+/// Returns fields for a script: the default, what is allowed, and the description's text.
 QStringList fields(const Told &told, const output::Format &format);
 
 } // namespace description

@@ -20,7 +20,7 @@ struct Density
     int name;
 };
 
-// From what reads best to what is shortest.
+// The densities go from what reads best to what is shortest.
 constexpr Density densities[] = {
     {true, false, true, 72, 48},   {false, true, true, 40, 40},   {false, false, true, 24, 40},
     {false, false, false, 16, 32}, {false, false, false, 10, 20}, {false, false, false, 7, 12},
@@ -44,7 +44,7 @@ QString textOf(const Item &item, const Density &density)
         + (hasDefault ? " (" + cut(item.defaultValue, room) + ')' : QString());
 }
 
-// Items side by side, each whole.
+// Puts items side by side, each as a whole.
 class Flow
 {
 public:

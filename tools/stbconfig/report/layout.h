@@ -8,14 +8,14 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
-// How the report's text gets into the columns that every line has, and settings into few lines.
+// Fits the report's text into the columns that every line has, and its settings into few lines.
 namespace layout {
 
-/// At most so many columns of the text; a longer one ends in its length: "abc…(120)".
+/// Returns at most so many columns of the text; a longer one ends in its length: "abc…(120)".
 QString cut(const QString &text, int room);
 
-/// Lines of the text, indented, the second one and those behind it further. A word that no line has
-/// room for is parted.
+/// Returns the text as indented lines, from the second one on further. Parts a word that no line
+/// has room for.
 QStringList wrapped(const QString &text, int indent = 0);
 
 struct Item
@@ -30,7 +30,7 @@ struct Item
 QDataStream &operator<<(QDataStream &stream, const Item &item);
 QDataStream &operator>>(QDataStream &stream, Item &item);
 
-/// The items, in their order, in at most so many lines if they can be made that short.
+/// Returns the items, in their order, in at most so many lines if they can be made that short.
 QStringList settings(const QVector<Item> &items, QStringList::size_type most);
 
 } // namespace layout

@@ -31,7 +31,7 @@ constexpr char hiddenName[] = "(a name that may hold a secret)";
 
 constexpr output::Format format{true, false, false, true};
 
-// The file that was loaded carries its version in its name, whatever the command was built with.
+// Reads the version from the name of the file that was loaded, whatever the command was built with.
 QString libraryVersion()
 {
     Dl_info info{};
@@ -46,7 +46,7 @@ QString libraryVersion()
 QString kernel()
 {
     utsname names{};
-    uname(&names); // without the host's name, which is nobody's business
+    uname(&names); // the host's name stays private
     return QString("%1 %2 %3").arg(names.sysname, names.release, names.machine);
 }
 
@@ -63,14 +63,15 @@ QString system(const QString &root)
     return {};
 }
 
-// "password: 123 =" is an entry to the library.
+// The library takes a line such as "password: 123 =" for an entry, and its name then holds the
+// secret.
 bool isSecretName(const QString &name)
 {
     static const QRegularExpression strange("[\\s=:;\"'<>{}]");
     return Setting::named(name).isSecret() && strange.match(name).hasMatch();
 }
 
-// A section that nothing closes becomes a group.
+// The library makes a group of a section that nothing closes.
 QStringList namesIn(const QVector<RawLine> &lines)
 {
     QStringList result;
@@ -111,7 +112,7 @@ output::Row withOwner(output::Row row, const QString &file)
     return row;
 }
 
-// A storage without its name.
+// Returns the row of a storage without its name.
 output::Row nameless(output::Row row, const QString &name)
 {
     QJsonObject json = row.json.toObject();
@@ -130,7 +131,7 @@ output::Row rowOf(provenance::Location location, const QString &note)
 
 QString storageTitle(int number) { return QString("storage %1").arg(number); }
 
-// Who holds it, the strongest first, then the sign of what the diff says.
+// Returns who holds it, the strongest first, then the sign of what the diff says.
 QString markOf(const QVector<Answer> &answers, const Answer &winner)
 {
     const Answer &defaults = provenance::of(answers, ConfigurationManager::StbappConfDefault);
@@ -150,7 +151,7 @@ QString markOf(const QVector<Answer> &answers, const Answer &winner)
                                                                             : '*');
 }
 
-// As netstrings, so that no two lists of settings have the same bytes.
+// Adds the text as a netstring, so that no two lists of settings have the same bytes.
 void addNetstring(QCryptographicHash &hash, const QString &text)
 {
     const QByteArray bytes = text.toUtf8();
@@ -228,7 +229,7 @@ void Hidden::addSettings(const QStringList &names)
     }
 }
 
-// The longest ones first: one can be a part of another.
+// The longest texts go first, because one can be a part of another.
 QString Hidden::in(const QString &text) const
 {
     QString result = text;

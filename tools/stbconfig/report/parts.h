@@ -26,8 +26,8 @@ struct Hidden
     QString in(const QString &text) const;
 };
 
-/// The names of the storages, which the application may have made of anything, but for those that
-/// every box has.
+/// Hides the names of the storages, which the application may have made of anything, but not those
+/// that every box has.
 Hidden storageNames(const Files &files);
 
 struct State
@@ -60,10 +60,10 @@ struct Settings
 
 Settings settings(const Files &files, const Hidden &hidden);
 
-/// A row for each file and for each location without one.
+/// Returns a row for each file and for each location without one.
 QVector<output::Row> locations(const Files &files);
 
-/// By severity; the worst ones first.
+/// Returns the findings by severity, the worst ones first.
 check::Findings findings(const Context &context, Hidden hidden);
 
 } // namespace parts

@@ -23,7 +23,7 @@ namespace {
 
 using std::chrono::seconds;
 
-// What a child brings home.
+// What a child returns.
 struct Part
 {
     QJsonObject json;
@@ -60,7 +60,7 @@ public:
 
     void print()
     {
-        // Broken files first, since the others depend on which can be read.
+        // The broken files come first, because the other parts depend on which can be read.
         if (context.descriptionProblem)
             tellBadDescription(*context.descriptionProblem);
         const Part versions = told("versions", seconds(2), [this] { return versionsPart(); });
@@ -77,7 +77,7 @@ public:
     }
 
 private:
-    // No part takes so long that the command does.
+    // No part takes so long that the command exceeds its time.
     Part told(const QString &name, seconds most, const std::function<Part()> &work)
     {
         const auto left = std::chrono::floor<seconds>(end - std::chrono::steady_clock::now());
@@ -188,7 +188,7 @@ private:
             const output::Row row = rows::ofFinding(finding);
             json.append(row.json);
             ++severities[check::severityOf(finding.id)];
-            // The settings' marks say the same.
+            // The marks at the settings say the same.
             if (finding.id == check::Id::NoDefault || finding.id == check::Id::Redundant)
                 continue;
             const QStringList lines = layout::wrapped(output::printable(row.cells.first()), 2);
@@ -309,7 +309,7 @@ private:
     parts::Hidden hidden;
     QVector<Problem> problems;
     bool isWhole = true;
-    // All commands have 34 seconds, and a child that hangs needs some to be ended.
+    // A command has 34 seconds, and ending a child that hangs takes some of them.
     const std::chrono::steady_clock::time_point end =
         std::chrono::steady_clock::now() + seconds(28);
 };

@@ -19,7 +19,7 @@ namespace disk {
 namespace {
 
 constexpr mode_t modeBits = 07777;
-constexpr mode_t lessTheMask = 0666; // as the library makes files
+constexpr mode_t lessTheMask = 0666; // the mode with which the library makes files
 
 int openQuietly(const QString &path, int flags)
 {
@@ -109,7 +109,7 @@ int flush(const QString &file, const QString &oldDirectory)
             return errno == ENOENT ? 0 : errno;
         if (fsync(descriptor.number) != 0)
             return errno;
-        // What is read next comes from the disk, not from the memory that should have gone there.
+        // The next read must come from the disk, not from the memory that should have gone there.
         posix_fadvise(descriptor.number, 0, 0, POSIX_FADV_DONTNEED);
     }
     QString directory = QFileInfo(target).path();

@@ -14,10 +14,10 @@
 // What the library leaves undone when it replaces a file. Each returns 0, or the error, but for the second.
 namespace disk {
 
-/// What the file is now; nothing if there is none, which is no error.
+/// Says what the file is now; nothing if there is none, which is no error.
 int look(const QString &file, std::optional<struct stat> &status);
 
-/// The same where an error is as good as no file.
+/// Says the same where an error is as good as no file.
 std::optional<struct stat> statusOf(const QString &file);
 
 /// Makes an empty file at a path without links, where there is none, and not where a link that
@@ -35,7 +35,7 @@ int openToOthers(const QString &file);
 /// one that was there before. A missing file is no error.
 int flush(const QString &file, const QString &oldDirectory);
 
-/// Puts bytes in the file's place, as it was before; removes it if there was none.
+/// Puts the old bytes back in the file's place, or removes the file if there was none.
 int putBack(const QString &file, const QByteArray &bytes, const std::optional<struct stat> &old);
 
 } // namespace disk

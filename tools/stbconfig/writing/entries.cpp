@@ -16,15 +16,16 @@ bool isEqual(const QVariant &a, const QVariant &b)
     return value::fingerprint(a) == value::fingerprint(b);
 }
 
-// Qt writes what stands before the first "/" as a section, and a backslash for each "/" behind it,
-// which at the name's end makes the "=" a part of the name.
+// Qt writes what stands before the first "/" as a section, and a backslash for each "/" behind it.
+// A backslash at the name's end makes the "=" a part of the name.
 bool isStable(const QString &name)
 {
     const QString group = Setting::named(name).group;
     return !name.startsWith('/') && !name.endsWith('/') && groupAsRead(group) == group;
 }
 
-// A value of a type that only the application knows has nothing here that could be told or compared.
+// Leaves a value empty whose type only the application knows: nothing of it can be told or
+// compared.
 QVariant known(const QVariant &value)
 {
     if (value.userType() == QMetaType::QString || value.userType() == QMetaType::QStringList)

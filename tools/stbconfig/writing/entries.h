@@ -17,21 +17,22 @@ using Entries = QMap<QString, QVariant>;
 
 namespace entries {
 
-/// Of an entry that the file lists under a name which nobody can ask for, or that is of a type which
-/// only the application knows, only that it is there.
+/// Returns what the storage holds. An entry whose name nobody can ask for, or whose type only the
+/// application knows, is there without a value.
 Entries of(const stbconfig::IReadableBackend &storage);
 
-/// The names of the entries that differ. Those that were to change may have another type, if a file
-/// cannot tell it from theirs.
+/// Returns the names of the entries that differ. Entries that were to change may have another type
+/// if a file cannot tell the two apart.
 QStringList differences(const Entries &expected, const Entries &found,
                         const QSet<QString> &changed = {});
 
-/// The group in which a file gives back what is stored in this one.
+/// Returns the group in which a file gives back what is stored in this one.
 QString groupAsRead(const QString &group);
-/// The name under which a file gives back what is stored under this one; empty if it names no key.
+/// Returns the name under which a file gives back what is stored under this one; empty if it names
+/// no key.
 QString nameAsRead(const QString &name);
 
-/// The names of the entries that come back as others once they have been written.
+/// Returns the names of the entries that come back as others once they have been written.
 QStringList unstable(const Entries &entries);
 
 } // namespace entries

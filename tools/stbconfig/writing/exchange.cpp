@@ -41,7 +41,7 @@ QByteArray escapedName(const QString &name)
     return result;
 }
 
-// A digit behind a number would be a part of it.
+// A digit behind an escaped number would become a part of it, so it is escaped too.
 QByteArray escapedValue(const QString &value)
 {
     QByteArray result;
@@ -56,7 +56,7 @@ QByteArray escapedValue(const QString &value)
     return result;
 }
 
-// Where the value begins.
+// Returns where the value begins.
 QByteArray::size_type endOfName(const RawLine &line)
 {
     auto equals = line.text.indexOf('=');
@@ -72,7 +72,8 @@ QByteArray inAscii(const RawLine &line)
         + escapedValue(QString::fromUtf8(line.text.mid(end)));
 }
 
-// The same in ASCII, in which both versions of Qt read the same; each line where it was.
+// Returns the same text in ASCII, which both versions of Qt read alike; each line stays where it
+// was.
 QByteArray inAscii(const QVector<RawLine> &lines, QVector<Refusal> &refusals)
 {
     QByteArray result;
@@ -221,7 +222,7 @@ QByteArray written(const Entries &all, bool asRoot)
     return contents.bytes;
 }
 
-// The library writes no comments, and each entry as one line.
+// The library writes each entry as one line and no comments, so every line with a name is an entry.
 QByteArray withComments(const QByteArray &text,
                         const std::function<QByteArray(const QString &name)> &before)
 {

@@ -23,12 +23,13 @@ struct Text
     QByteArray bytes;
 };
 
-/// What a file holds that the user has named. It is never waited for. Root reads it as the first other
-/// user on the way to it, so that nobody's link lets root tell what is root's. Ends with CannotRead.
+/// Reads a file that the user has named, and never waits for it. Root reads it as the first other
+/// user on the way to it, so that nobody's link lets root tell what is root's. Ends with
+/// CannotRead.
 QByteArray bytesOf(const QString &path, bool asRoot, const QString &remedy,
                    qint64 largest = fileproblem::largestFile);
 Text fromFile(const QString &path, bool asRoot);
-/// All of standard input. Ends with CannotRead if it is larger than a file may be.
+/// Reads all of standard input. Ends with CannotRead if it is larger than a file may be.
 Text fromStandardInput();
 
 struct Refusal
@@ -43,18 +44,19 @@ struct Contents
     QVector<Refusal> refusals; // what no file gives back as it is, and is not among the entries
 };
 
-/// What the text holds. Ends with CannotRead if it is malformed or would end its reader.
+/// Returns what the text holds. Ends with CannotRead if it is malformed or would end its reader.
 Contents read(const Text &text, bool asRoot);
 
-/// As a storage with these entries would be. Ends with CannotRead if it cannot be made.
+/// Returns the text of a storage with these entries. Ends with CannotRead if it cannot be made.
 QByteArray written(const Entries &all, bool asRoot);
 
-/// The same text, which the library has written, with something before the line of each entry.
+/// Returns the same text, which the library has written, with something before the line of each
+/// entry.
 QByteArray withComments(const QByteArray &text,
                         const std::function<QByteArray(const QString &name)> &before);
 void print(const QByteArray &text);
 
-/// Why no file gives the entries back as they are; nothing for those that it does.
+/// Says which entries no file gives back as they are, and why.
 QVector<Refusal> refusalsOf(const Entries &all);
 
 } // namespace exchange

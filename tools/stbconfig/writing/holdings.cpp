@@ -22,13 +22,14 @@ namespace {
 
 bool isTypeForeign = false; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): Qt's way
 
-// Where Qt 5 cannot read a value's type, it says so nowhere else, and later writes a part of it.
+// Qt 5 says only in this message that it cannot read a value's type; it would later write a part of
+// the value.
 void noteForeignType(QtMsgType, const QMessageLogContext &, const QString &message)
 {
     isTypeForeign |= message.startsWith("QVariant::load");
 }
 
-// Qt 6 says nothing.
+// Qt 6 says nothing of such a value, but reads it as an invalid one.
 bool isUnread(const QVariant &value)
 {
     const QVariantList items = value.toList();
@@ -37,7 +38,7 @@ bool isUnread(const QVariant &value)
     });
 }
 
-// Of several such values only the lines tell, and not which of them it is.
+// Only the lines show such values, and where there are several, not which of them it is.
 QStringList foreignOnes(const Files &files, const QString &file, const Entries &held)
 {
     QStringList result;
@@ -66,7 +67,7 @@ Holdings inspect(const Files &files, bool wantsDefaults)
         holdings.defaults = entries::of(session.readable(ConfigurationManager::StbappConfDefault));
         holdings.foreign = foreignOnes(files, files.writtenFile(), holdings.written);
         holdings.foreignDefaults = foreignOnes(files, files.defaultsFile(), holdings.defaults);
-        // Disguised, as only by hand.
+        // Somebody has disguised the type, which happens only by hand, so any entry may be the one.
         if (isTypeForeign && holdings.foreign.isEmpty() && holdings.foreignDefaults.isEmpty())
             holdings.foreign = holdings.written.keys();
         if (wantsDefaults)
@@ -96,7 +97,7 @@ Holdings inspect(const Files &files, bool wantsDefaults)
 
 Holdings read(const Files &files, bool wantsDefaults)
 {
-    // Not only unreadable: the library would put a file in the link's place.
+    // Such a link is not only unreadable: the library would put a file in its place.
     if (follow(absolute(files.writtenFile())).error == ELOOP) {
         throw notSaved(files.writtenFile(), "a symbolic link that leads back to itself",
                        "remove it, or let it lead to a file");

@@ -9,7 +9,7 @@
 
 namespace writing {
 
-// What there is before a write.
+// What the files hold before a write.
 struct Holdings
 {
     Entries written; // by the file that is to be written
@@ -19,12 +19,12 @@ struct Holdings
     QStringList foreignDefaults;
 };
 
-/// What the files hold, told by a child: this process has not opened them then. Ends with CannotRead
-/// if the written file, or the defaults if they are wanted, cannot be read as a whole.
+/// Lets a child tell what the files hold, so that this process does not open them. Ends with
+/// CannotRead if the written file, or the defaults if they are wanted, cannot be read as a whole.
 Holdings inspect(const Files &files, bool wantsDefaults);
 
-/// The same for a write that is to keep them. Ends also with NotSaved if the written file is none, or
-/// holds what no write from here could keep.
+/// Does the same for a write that is to keep them. Ends also with NotSaved if the written file is
+/// no file, or holds what no write from here could keep.
 Holdings read(const Files &files, bool wantsDefaults);
 
 /// Ends with NotSaved if the written file is to keep one of these.

@@ -20,7 +20,7 @@
 namespace lock {
 namespace {
 
-// Of the lock that Qt takes while it removes an old lock.
+// Qt takes a lock with this suffix while it removes an old lock.
 constexpr char removalSuffix[] = ".rmlock";
 
 struct Writer
@@ -32,7 +32,7 @@ struct Writer
     QString name;
 };
 
-// A number that now belongs to another program is as good as gone.
+// A process whose number now belongs to another program is gone.
 bool isRunning(qint64 process, const QString &program)
 {
     if (kill(static_cast<pid_t>(process), 0) != 0 && errno == ESRCH)
@@ -78,7 +78,7 @@ Held stuck(const QString &path, const QString &what)
 
 std::optional<Held> ofPath(const QString &path);
 
-// An old lock, or one whose process is gone, that Qt takes over if it can.
+// Judges an old lock, or one whose process is gone: Qt takes it over if it can.
 std::optional<Held> ofTakeOver(const QString &path, const struct stat &status)
 {
     if (!isRemovable(path, status)) {
@@ -109,7 +109,7 @@ std::optional<Held> ofPath(const QString &path)
     const Writer writer = writerOf(path);
     if (writer.isGone)
         return ofTakeOver(path, status);
-    constexpr time_t oldest = 30; // to Qt
+    constexpr time_t oldest = 30; // Qt ignores a lock older than this
     const time_t age = std::time(nullptr) - status.st_mtim.tv_sec;
     // Some file systems and clocks are a moment ahead.
     if (age < -2)

@@ -21,7 +21,7 @@ struct Held
     Problem problem;
 };
 
-/// What would hold a write of the file now; nothing if a write would not wait.
+/// Says what would hold a write of the file now; nothing if a write would not wait.
 std::optional<Held> of(const QString &file);
 
 } // namespace lock

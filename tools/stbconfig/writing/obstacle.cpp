@@ -36,7 +36,7 @@ int denied(const QString &path, int mode)
     return eaccess(QFile::encodeName(path).constData(), mode) == 0 ? 0 : errno;
 }
 
-// Why access() said no; the remedies of a read-only file system are the same everywhere.
+// Says why access() said no. The remedy for a read-only file system is the same everywhere.
 std::optional<Obstacle> ofDenial(const QString &file, int error, const QString &what,
                                  const QString &remedy)
 {
@@ -54,7 +54,7 @@ bool isMountPoint(const QString &path)
     QFile mounts("/proc/self/mountinfo");
     if (!mounts.open(QIODevice::ReadOnly))
         return false;
-    // The kernel writes these four as octal escapes.
+    // The kernel writes four characters as octal escapes.
     QByteArray escaped;
     const QByteArray bytes = QFile::encodeName(path);
     for (const char byte : bytes) {
@@ -98,7 +98,7 @@ std::optional<Obstacle> ofOwner(const QString &file, const struct stat &status,
     return {};
 }
 
-// The directory that is to be written, or the one in which it would be made.
+// Returns the directory that is to be written, or the one in which it would be made.
 QString existingDirectory(const QString &file)
 {
     QString directory = QFileInfo(follow(absolute(file)).end).path();
@@ -141,7 +141,7 @@ std::optional<Obstacle> ofRoom(const QString &file, const QString &directory, qi
     return {};
 }
 
-// "%2F" or "%U0416" for what is no letter, digit, "_", "-" or ".".
+// Qt writes "%2F" or "%U0416" for a character that is no letter, digit, "_", "-" or ".".
 qint64 sizeOfName(const QString &name)
 {
     qint64 size = 0;
@@ -161,7 +161,8 @@ bool isHexadecimal(ushort code)
         || (code >= 'A' && code <= 'F');
 }
 
-// "\x416" for what is not ASCII, and then also for each digit that would be taken for a part of it.
+// Qt writes "\x416" for a character beyond ASCII, and then also for each digit that would be taken
+// for a part of it.
 qint64 sizeOfText(const QString &text)
 {
     qint64 size = 0;

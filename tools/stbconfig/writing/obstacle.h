@@ -18,11 +18,11 @@ struct Obstacle
     bool isEstimate; // --force overrides it
 };
 
-/// What is in the way of a new file of so many bytes in this one's place; the least of all where
-/// the size is 0. Nothing if nothing is seen.
+/// Says what is in the way of a new file of so many bytes in this one's place; a size of 0 asks for
+/// the least room. Returns nothing if nothing is seen.
 std::optional<Obstacle> of(const QString &file, qint64 size);
 
-/// How many bytes a file with these entries has at most.
+/// Returns how many bytes a file with these entries has at most.
 qint64 sizeOf(const Entries &entries);
 
 } // namespace obstacle

@@ -66,18 +66,18 @@ Entries after(const Entries &before, const Change &change)
 
 bool isReachable(const QString &name) { return names::asStored(name) == name; }
 
-// Makes the change in the memory of this process. Where that lacks, the process must end at once: the
-// storage would write a part of the change when it goes.
+// Makes the change in the memory of this process. If memory runs out, the process must end at once,
+// because the storage would write a part of the change when it is destroyed.
 // NOLINTNEXTLINE(bugprone-exception-escape): so it does
 void apply(IStorableBackend &storage, const Change &change, const Entries &expected) noexcept
 {
-    // To Qt, a name without a key is a group with the entry of its name, and removing an entry
-    // removes the group of its name.
+    // Qt takes a name without a key for a group and the entry of its name, and removes with an
+    // entry the group of its name.
     if (change.removeGroup)
         storage.remove(*change.removeGroup, QString());
     for (const Setting &setting : change.remove)
         storage.remove(setting.group, setting.key);
-    // What nobody can ask for goes only with everything; the rest is put back below.
+    // An entry that nobody can ask for goes only if everything goes; the rest is put back below.
     if (!std::all_of(change.removeListed.cbegin(), change.removeListed.cend(), isReachable))
         storage.remove({}, {});
     for (const QString &name : change.removeListed) {
@@ -94,7 +94,7 @@ void apply(IStorableBackend &storage, const Change &change, const Entries &expec
         storage.setValue(setting.group, setting.key, value);
 }
 
-// Whoever takes an error for a missing file does not keep its owner.
+// An error must not count as a missing file: the owner would then not be kept.
 std::optional<struct stat> statusOf(const QString &file)
 {
     std::optional<struct stat> status;
@@ -121,7 +121,8 @@ QByteArray told(const QString &whatHappened, const QString &whatToDo)
     return bytes;
 }
 
-// In a child: what it has cached dies with it. Returns what it told of the time after the write.
+// Runs in a child, so that what Qt has cached dies with it. Returns what it tells of the time after
+// the write.
 QByteArray write(const Files &files, const Entries &before, const Entries &expected,
                  const Change &change, const QByteArray &oldBytes)
 {
@@ -149,13 +150,13 @@ QByteArray write(const Files &files, const Entries &before, const Entries &expec
         throw notSaved(file, "more would change than was asked for: " + listed(wrong),
                        "rename these entries in the file, Qt cannot address them");
     }
-    // Root's own file cannot be exchanged in a sticky directory, a free name can.
+    // In a sticky directory nobody can exchange root's own file, but anybody can take a free name.
     const int obstruction = way.isFree && geteuid() == 0 ? disk::claim(way.end) : 0;
     if (obstruction != 0) {
         static_cast<void>(session.release()); // its end would write
         throw notSaved(file, std::strerror(obstruction), "try again, and see who else makes it");
     }
-    session.reset(); // writes
+    session.reset(); // its end writes
     if (const int error = old ? disk::keepOwner(file, *old) : disk::openToOthers(file)) {
         return told(QString("written, but its owner could not be kept: ") + std::strerror(error),
                     "give it back to its owner");
@@ -192,7 +193,7 @@ void tellCosts(const QString &file, const QByteArray &bytes)
 #endif
 }
 
-// Whoever can exchange a part of the way may put a link there meanwhile.
+// Somebody who can exchange a part of the way may put a link there meanwhile.
 void requireOwnDirectory(const Files &files, const Manner &manner)
 {
     if (geteuid() != 0 || manner.asRoot)
@@ -226,14 +227,14 @@ void requireNoObstacle(const QString &file, qint64 size, const Manner &manner)
         throw notSaved(held->problem);
 }
 
-// The file before the write.
+// What the file was before the write.
 struct Old
 {
     fileproblem::Contents contents;
     std::optional<struct stat> status;
 };
 
-// Why nothing of the change is on the disk.
+// Says why nothing of the change is on the disk.
 Failure causeOf(const QString &file, qint64 size, const QString &otherwise)
 {
     if (const auto obstacle = obstacle::of(file, size))
@@ -250,7 +251,7 @@ bool isAsBefore(const fileproblem::Contents &now, const Old &old)
     return !now.problem && now.exists == old.contents.exists && now.bytes == old.contents.bytes;
 }
 
-// What is true of a change whose write has begun and is not proved.
+// Says what is known of a change whose write has begun and is not proved.
 Failure unproved(const Files &files, qint64 size, const Old &old, const QString &why)
 {
     const QString file = files.writtenFile();
@@ -272,7 +273,7 @@ Failure unproved(const Files &files, qint64 size, const Old &old, const QString 
          "see what the file holds, then try again"}};
 }
 
-// Nothing else than what was to be there, but not all of it.
+// Tells whether the file holds a part of what was to be there, and nothing else.
 bool isPart(const Entries &found, const Entries &expected)
 {
     if (found.size() >= expected.size())
@@ -349,7 +350,7 @@ void prove(const Files &files, const Entries &expected, const Change &change, qi
     throw unproved(files, size, old, what);
 }
 
-// To look may fail, too.
+// Looking at the file may fail, too.
 void proveOrTell(const Files &files, const Entries &expected, const Change &change, qint64 size,
                  const Old &old)
 {
@@ -371,7 +372,7 @@ Outcome save(const Files &files, const Entries &before, const Change &change, co
     const Entries expected = after(before, change);
     const QSet<QString> changed = changedNames(change);
     if (entries::differences(expected, before, changed).isEmpty()) {
-        // Whoever wrote it need not have flushed it.
+        // The process that wrote it need not have flushed it.
         const int error =
             manner.dryRun ? 0 : disk::flush(file, QFileInfo(follow(absolute(file)).end).path());
         if (error != 0) {
@@ -391,7 +392,8 @@ Outcome save(const Files &files, const Entries &before, const Change &change, co
                       {file, "only a part of it could be read", "try again, and check the disk"}};
     }
 #if QT_VERSION_MAJOR < 6
-    // Qt reads the rest as UTF-8, and writes it without the mark that says so.
+    // Qt 5 reads a file behind such a mark as UTF-8, and its end writes it without the mark that
+    // says so.
     if (old.contents.bytes.startsWith(byteOrderMark)) {
         throw notSaved(file, "it begins with a byte order mark, which a write would lose",
                        "save the file without it");

@@ -17,7 +17,7 @@
 // file by a process that has not seen the file before.
 namespace writing {
 
-/// What is to change, and nothing else.
+/// Says what is to change; everything else is to stay.
 struct Change
 {
     QVector<QPair<Setting, QVariant>> set;
