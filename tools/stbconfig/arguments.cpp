@@ -14,8 +14,9 @@
 
 namespace {
 
-// Marks a word that CLI11 would otherwise not read as a word.
-constexpr char protection = '\x01';
+// Marks a word that CLI11 would otherwise not read as a word. For CLI11 2.4, no option begins with a lower
+// character.
+constexpr char protection = '\x7f';
 
 // Returns where the value of "--name=value" begins; npos for any other word.
 size_t valueBegin(const std::string &word)
@@ -35,12 +36,22 @@ size_t protectedPlace(const std::string &word)
     return isShort ? 1 : 0;
 }
 
-// CLI11 would take "++" for the end of the command, and the next word for the value of "--name=".
+// CLI11 gives a meaning to words such as "++", "{}", "[a,b]" and "set.get", and each version to others. A word
+// of these characters alone has none.
+bool isPlain(const std::string &word)
+{
+    return std::all_of(word.cbegin(), word.cend(), [](unsigned char c) {
+        return std::isalnum(c) != 0 || c == '-' || c == '_' || c == '/';
+    });
+}
+
 std::string protectedWord(std::string word)
 {
     const size_t place = protectedPlace(word);
-    const bool isMark = place < word.size() && word[place] == protection;
-    if (isMark || word == "++" || (place == 1 ? word.size() > 2 : place > 1))
+    const bool isOption = word.compare(0, 2, "--") == 0;
+    // Behind "--name=" even an empty word is marked, because CLI11 would take the next word for the value.
+    const bool isMarked = place == 0 ? !isOption && !isPlain(word) : place > 1 || word.size() > 2;
+    if (isMarked || (place < word.size() && word[place] == protection))
         word.insert(place, 1, protection);
     return word;
 }
