@@ -75,7 +75,7 @@ public:
     const Option &required() const;
     const Option &excludes(const Option &other) const;
     const Option &needs(const Option &other) const;
-    /// Takes every word that is given, not only the last one; so many at a time.
+    /// Takes every word that is given, not only the last one; each time this many together.
     const Option &givenOften(int together = 1) const;
 
 private:
@@ -161,14 +161,14 @@ private:
     const StorageChoice *m_storage = nullptr;
 };
 
-/// What can be asked for, as it is written: by a person, and in suggestions.
+/// These return what a person can write, and what suggestions offer.
 QStringList typeNames();
-/// Leaves out the hidden ones.
+/// Leaves out the hidden commands.
 QStringList commandNames(const CLI::App &app);
-/// The long names of the options of this command, and of those before it.
+/// Returns the long names of the options of this command, and of the commands above it.
 QStringList optionNames(const CLI::App &app);
 
-/// The word as text, every character of it. Ends with Misuse if it is not UTF-8.
+/// Returns every character of the word as a text. Ends with Misuse if the word is not UTF-8.
 QString textOf(const QByteArray &word);
 
 #endif

@@ -183,13 +183,13 @@ ExitStatus runInChild(const CommandLine &line)
     QDataStream stream(end.result);
     stream >> status >> printed >> problem.thing >> problem.whatHappened >> problem.whatToDo;
     std::fwrite(printed.constData(), 1, static_cast<size_t>(printed.size()), stdout);
-    std::fflush(stdout); // before the complaint, if both go to one terminal
+    std::fflush(stdout); // the answer goes before the complaint
     if (!problem.thing.isNull())
         output::note(problem);
     return ExitStatus(status);
 }
 
-// This runs only for want of memory, and takes none itself.
+// This runs only if there is no memory left, and takes none itself.
 [[noreturn]] void giveUp()
 {
     std::fputs("stbconfig: out of memory, and it is not known whether a change is saved; free some "
@@ -225,9 +225,9 @@ ExitStatus run(int argc, char *argv[])
 int main(int argc, char *argv[]) // NOLINT(bugprone-exception-escape): only for want of memory
 {
     std::set_terminate(giveUp);
-    const QObject first; // Qt crashes if it lacks memory for it, so before anything is saved
+    const QObject first; // made early: Qt crashes if it lacks memory for it
     openStandardStreams();
-    std::signal(SIGCHLD, SIG_DFL); // where it is ignored, nobody can wait for a child
+    std::signal(SIGCHLD, SIG_DFL); // nobody can wait for a child while it is ignored
 #if QT_VERSION_MAJOR < 6
     // A box's shell is often in the C locale, yet names and values are UTF-8. Qt 6 asks no locale.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));

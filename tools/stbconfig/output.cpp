@@ -180,7 +180,7 @@ void table(const QVector<Row> &rows)
     }
 }
 
-// The last field ends the record, so a tabulator in it is plain to see; in the others it is not.
+// A tabulator ends every field but the last one, so only the last one can hold it as it is.
 QString record(const QStringList &fields)
 {
     QString result;

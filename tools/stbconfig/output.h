@@ -21,10 +21,10 @@ struct Format
     bool json = false;
     bool nullSeparated = false;
     bool showSecrets = false;
-    bool isForOthers = false; // then a value is masked also for what it holds
+    bool isForOthers = false; // also masks a value that looks like a secret itself
 };
 
-/// Every line has at most so many columns, but for a table's on a wide terminal.
+/// Every line has at most so many columns, except those of a table on a wide terminal.
 inline constexpr int widest = 80;
 
 /// Returns what has been printed for standard output; it goes there when the command has ended.
@@ -41,7 +41,7 @@ QStringList wrapped(const QString &text, int indent, int further);
 QString indented(const QString &text, int indent);
 void object(const QJsonObject &object);
 
-/// One answer, in each of the ways in which it can be asked for.
+/// One answer, in each form in which a user can ask for it.
 struct Row
 {
     QJsonValue json;

@@ -22,7 +22,7 @@ struct Problem
     }
 };
 
-// What ends a command early. Thrown, and caught where the command was started.
+// What ends a command early. It is thrown, and caught where the command was started.
 struct Failure
 {
     ExitStatus status{};

@@ -63,7 +63,7 @@ bool take(const QByteArray &bytes, End &end)
 [[noreturn]] void beChild(int output, pid_t parent, const std::function<QByteArray()> &work)
 {
     parentOfThis = parent;
-    std::set_terminate([] { std::_Exit(EXIT_FAILURE); }); // for want of memory
+    std::set_terminate([] { std::_Exit(EXIT_FAILURE); }); // no memory
     dieWithParent();
     const rlimit noCore{0, 0};
     setrlimit(RLIMIT_CORE, &noCore);
@@ -77,7 +77,7 @@ bool take(const QByteArray &bytes, End &end)
                 std::_Exit(EXIT_FAILURE);
             next += std::max<ssize_t>(written, 0);
         }
-    } catch (...) { // for want of memory
+    } catch (...) { // no memory
         std::_Exit(EXIT_FAILURE);
     }
     std::_Exit(EXIT_SUCCESS);
@@ -192,7 +192,7 @@ void dieWithParent()
         std::_Exit(EXIT_FAILURE);
 }
 
-#ifndef __SANITIZE_ADDRESS__ // which takes terabytes of addresses for itself
+#ifndef __SANITIZE_ADDRESS__ // the sanitizer takes terabytes of addresses for itself
 MemoryLimit::MemoryLimit(qint64 bytes)
 {
     getrlimit(RLIMIT_AS, &before);

@@ -24,11 +24,11 @@ struct End
 
     How how = NotStarted;
     QByteArray result;
-    std::optional<Failure> failure; // that ended the work
-    QString why; // it did not return
+    std::optional<Failure> failure; // what the work threw
+    QString why; // says why the child did not return
 };
 
-/// Called once, with the child's number, if the child has not returned by then.
+/// This is called once, with the child's number, if the child has not returned by then.
 struct Watch
 {
     std::chrono::milliseconds after{};
@@ -40,7 +40,8 @@ struct Watch
 End run(std::chrono::seconds limit, const std::function<QByteArray()> &work,
         const Watch &watch = {});
 
-/// The kernel forgets that a child dies with its parent when the child becomes another user.
+/// Call this again in a child that has become another user: the kernel then forgets that the child
+/// is to die with its parent.
 void dieWithParent();
 
 /// As long as it lives, this process gets no more memory than a box has: files of so many bytes may

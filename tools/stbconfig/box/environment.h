@@ -29,9 +29,9 @@ namespace environment {
 
 using Tell = std::function<void(const Problem &)>;
 
-/// Puts the chosen variables in the place of this process's. To be called before the manager is
-/// made, which takes its copy then. Tells of the lines of a file that count for nothing. Ends with
-/// CannotRead if there are no variables to be had.
+/// Puts the chosen variables in the place of this process's. Call this before the manager is
+/// made, because that takes its copy then. Says which lines of a file it ignores. Ends with
+/// CannotRead if it cannot read the variables.
 void choose(const EnvironmentChoice &choice, const Tell &tell);
 
 } // namespace environment

@@ -11,10 +11,10 @@
 
 #include <optional>
 
-// Why a file cannot be read: asked here before anybody opens it, and nowhere else.
+// This alone says why a file cannot be read, before anybody opens it.
 namespace fileproblem {
 
-/// Larger ones are refused, not read.
+/// Larger files are refused and not read.
 constexpr qint64 largestFile = 128 << 20;
 
 /// What a file holds, or why that cannot be told. A missing file holds nothing and is no problem.
@@ -26,14 +26,14 @@ struct Contents
 };
 
 /// Reads a regular file of so many bytes; anything else is a problem at once and is never waited for.
-/// With a root, a link that leads out of it is one too.
+/// With a root, a link that leads out of it is a problem, too.
 Contents read(const QString &file, const QString &root = {}, qint64 largest = largestFile);
 
-/// The same, but root reads the file as the first other user on the way to it, so that nobody's link
+/// Does the same, but root reads the file as the first other user on the way to it, so that nobody's link
 /// lets root tell what is root's. Ends with CannotRead if the process that does this ends early.
 Contents readAsOwner(const QString &file, const QString &root = {}, qint64 largest = largestFile);
 
-/// As read(), but looks only at what the file is: whether it can be opened without harm.
+/// Does what read() does, but looks only whether the file can be opened without harm.
 std::optional<Problem> ofOpening(const QString &file, const QString &root = {},
                                  qint64 largest = largestFile);
 

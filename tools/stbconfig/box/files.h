@@ -32,9 +32,9 @@ public:
     QString defaultsFile() const;
     QString descriptionFile() const;
     QString storageFile(const QString &name) const;
-    /// The file that a command with this --storage reads and writes.
+    /// Returns the file that a command with this --storage reads and writes.
     QString writtenFile() const { return m_storage ? storageFile(*m_storage) : customFile(); }
-    /// The names of the storages that have a file.
+    /// Returns the names of the storages that have a file.
     QStringList storageNames() const;
     /// Returns all files, whether they exist or not.
     QStringList all() const;

@@ -39,7 +39,7 @@ void become(const Owner &owner)
     if (geteuid() != 0)
         return;
     if (!takeGroups(owner) || setresuid(owner.user, owner.user, owner.user) != 0) {
-        const QString error = std::strerror(errno); // before the user's name is looked up
+        const QString error = std::strerror(errno); // the look-up of the user's name may change it
         throw Failure{CannotRead,
                       {owner.directory,
                        "belongs to " + userName(owner.user) + ", whom root cannot become: " + error,

@@ -6,10 +6,10 @@
 
 #include "files.h"
 
-// Root is nobody's tool: in a directory of another user, root would do what that user's links say.
+// In a directory of another user, root would read and write wherever that user's links lead.
 namespace identity {
 
-/// Where this process is root, and a directory on the way to one of the files belongs to another
+/// If this process is root, and a directory on the way to one of the files belongs to another
 /// user, becomes that user for good. Thus the command also sees what the application sees.
 void becomeOwner(const Files &files);
 void becomeOwner(const QStringList &files);

@@ -11,7 +11,7 @@
 // What the library's own readers make of a setting: they do not simply take the winner.
 namespace loggingreader {
 
-/// The keys of the group "Logging" that the library reads.
+/// Returns the keys of the group "Logging" that the library reads.
 QStringList keys();
 QStringList levels();
 bool reads(const Setting &setting);

@@ -106,7 +106,7 @@ QString Setting::variable() const
 
 bool Setting::isSecret() const
 {
-    // Whoever asks for "user/WIFI" or "User//wifi" gets what is kept for "User/wifi": the variable, or
+    // A question for "user/WIFI" or "User//wifi" gives what is kept for "User/wifi": the variable, or
     // the entry.
     const QSet<QString> &described = describedNames().secretVariables;
     if (!described.isEmpty() && described.contains(named(names::asStored(name())).variable()))

@@ -51,13 +51,13 @@ struct Setting
 
 namespace names {
 
-/// The settings that the library itself reads.
+/// Returns the settings that the library itself reads.
 QStringList ofTheLibrary();
 
 /// Says once, before a command runs, which settings a description names, and which of them hold
 /// secrets.
 void describe(const QStringList &all, const QSet<QString> &secrets);
-/// The settings that a description names.
+/// Returns the settings that a description names.
 QStringList described();
 /// Says that the description could not be read: any setting may be one of its secrets.
 void doubtSecrets();
@@ -73,8 +73,8 @@ bool matches(const QString &glob, const QString &name);
 /// Returns the candidate that looks most like the word, or nothing if none looks like it.
 QString nearest(const QString &word, const QStringList &candidates);
 
-// Looks for the nearest names of many words. A hostile file or environment has so many of them, or
-// so long ones, that this would take its time: then the last of them get none.
+// Looks for the nearest names of many words. A hostile file or environment can have so many words,
+// or such long ones, that this would take too long: then the last words get no name.
 class Nearest
 {
 public:

@@ -27,7 +27,7 @@ struct RawLine
     QString section = {}; // of an entry: what its name begins with
 };
 
-/// The lines that are not blank, as QSettings takes them apart.
+/// Returns the lines that are not blank, taken apart as QSettings does.
 QVector<RawLine> rawLines(const QByteArray &bytes);
 
 #endif

@@ -8,9 +8,9 @@
 
 #include <sys/types.h>
 
-// A directory in TMPDIR, of this user alone, for files that the library is to read or write, which
-// knows no files without a place. A process of its own makes it and removes it, with all that is in
-// it, when the object is gone: also if this process is killed.
+// A directory in TMPDIR that is closed to other users. It holds files for the library, which can
+// read and write only what has a path. A process of its own makes the directory and removes it with
+// all that is in it when the object is gone, even if this process is killed.
 class Scratch
 {
 public:
@@ -26,7 +26,7 @@ public:
 
 private:
     QString directory;
-    int line = -1; // to the process that waits for its end
+    int line = -1; // the keeper waits until this end is closed
     pid_t keeper = -1;
 };
 

@@ -55,7 +55,7 @@ private:
 
     const Files &m_files;
     std::unique_ptr<stbconfig::ConfigurationManager> m_manager;
-    QMap<QString, QStringList> m_settings; // of each file, as it was opened
+    QMap<QString, QStringList> m_settings; // by file, as they were when it was opened
 };
 
 /// Says that the setting is not there, and names the nearest one, or else what to do instead.

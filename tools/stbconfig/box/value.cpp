@@ -50,7 +50,7 @@ QVariant itemAsRead(const QVariant &item)
     case QMetaType::ULongLong:
     case QMetaType::Double:
         return item.toString();
-#if QT_VERSION_MAJOR >= 6 // which writes UTF-8, and in some places takes U+FEFF for its mark
+#if QT_VERSION_MAJOR >= 6 // Qt 6 writes UTF-8, and takes some U+FEFF for its mark
     case QMetaType::QString:
         return QString::fromUtf8(item.toString().toUtf8()).remove(QChar(QChar::ByteOrderMark));
 #endif

@@ -92,8 +92,8 @@ private:
             way.foreigner = Owner{status.st_uid, status.st_gid, QFile::decodeName(path)};
     }
 
-    // In a sticky directory, others can exchange what is not root's. A file that is missing there
-    // root can make before they do; a missing directory they may have made their own by then.
+    // In a sticky directory, others can exchange what does not belong to root. Root can make a missing
+    // file there before they do, but a missing directory may be theirs by then.
     void noteShared(Next next)
     {
         struct stat status = {};

@@ -15,7 +15,7 @@ struct Owner
 {
     uid_t user;
     gid_t group;
-    QString directory; // or the link
+    QString directory; // the directory, or the link
 };
 
 // Where a path leads, link by link.

@@ -24,16 +24,16 @@ struct Held
     QString place;
 };
 
-// A value can be as long as its file.
+// Cuts a value, because it can be as long as its file.
 QString cut(const QString &text)
 {
     constexpr int most = 60;
     return output::columns(text) > most ? output::shortened(text, most - 1) + QChar(0x2026) : text;
 }
 
-// The line of each entry that counts. Qt takes the sections by their names: of [A] with b\c and [A\b]
-// with c, which are the same, the second one counts wherever it stands. Within a section the last
-// line does.
+// Returns the line that counts for each entry. Qt takes the sections in the order of their names: the
+// entry b\c of [A] is the same as c of [A\b], and the latter counts wherever it stands. Within a
+// section, the last line counts.
 QHash<QString, RawLine> linesOf(const QString &file, const QString &root)
 {
     QHash<QString, RawLine> result;

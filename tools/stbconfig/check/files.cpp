@@ -50,7 +50,7 @@ QString at(const Role &role, const RawLine &line)
                        [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; });
 }
 
-// A quote that lines later meets the next one hides the entries between them.
+// An open quote hides all entries up to the next quote, which may stand many lines later.
 bool hidesEntries(const QByteArray &text)
 {
     static const QRegularExpression entry(R"((?<!\\)[\r\n][ \t]*(?:\[[^\r\n"]*\]|[^\r\n"=;]+=))");
@@ -152,7 +152,8 @@ void ofLines(const Role &role, const QByteArray &bytes, Findings &findings)
     }
 }
 
-// A process that just writes holds its lock for a moment. The wait is one for all the files.
+// A process holds its lock only for the moment of a write, so this waits for a moment. All files
+// share one deadline.
 std::optional<lock::Held> lastingLock(const QString &file, const QDeadlineTimer &deadline)
 {
     constexpr unsigned long pause = 50;

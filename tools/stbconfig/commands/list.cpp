@@ -70,7 +70,7 @@ output::Row rowOfNobody(const QString &name)
             {name, QString(), QString()}};
 }
 
-// No location holds what is only described.
+// --from asks what one location holds, and no location holds a setting that is only described.
 bool isWanted(const std::optional<Holder> &holder, const ListOptions &own)
 {
     return holder || (own.isDescribing && !own.from);

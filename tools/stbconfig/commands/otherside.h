@@ -12,18 +12,18 @@
 // What this box is compared with: a file of settings, another box's directory or an unpacked image.
 namespace otherside {
 
-// Like is compared with like: what the other side does not hold is not asked of this one.
+// The part of this box that is compared: the same part that the other side gives.
 enum Compared { CustomFile, BothFiles, AllThatAnswer };
 
 struct Side
 {
     Compared compared{};
-    std::optional<exchange::Text> text; // of a file, which is not yet taken apart
-    Entries entries; // otherwise
+    std::optional<exchange::Text> text; // what a file holds, not yet taken apart
+    Entries entries; // what any other side holds
 };
 
-/// Reads the other side, which is a place of its own: root reads it as the first other user on the
-/// way to its files, whoever this box's files belong to. Ends with CannotRead.
+/// Reads the other side. Root reads it as the first other user on the way to its files, no matter to
+/// whom this box's files belong. Ends with CannotRead.
 Side look(const QString &path, const Places &places);
 
 /// Returns what is compared of a session. Unless all that answer are wanted, the session must have

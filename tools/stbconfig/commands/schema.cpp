@@ -49,7 +49,7 @@ void noteSecrets(const Context &context)
 
 ExitStatus print(const Context &context, Generator generator)
 {
-    // A draft takes the place of what is there, or stands beside it.
+    // A draft needs no description: it may replace a bad one, or be the first.
     if (generator == generators::draft) {
         generator(context);
         return Done;

@@ -51,7 +51,7 @@ void requireOwnGroup(const Setting &setting)
     }
 }
 
-// Whoever mistypes a command may have put a secret in the value's place, so no error shows it.
+// A user who mistypes a command may have put a secret in the value's place, so no error shows it.
 QVariant typed(const Setting &setting, const QString &text, value::Type type)
 {
     const auto refuse = [&setting](const QString &what, const QString &remedy) {

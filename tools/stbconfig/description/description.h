@@ -19,8 +19,7 @@
 struct OldName
 {
     Setting setting;
-    QHash<QString, QVariant>
-        values; // those that changed with the name: what it was, what it is now
+    QHash<QString, QVariant> values; // maps the older values that have changed to those of today
 };
 
 // What the application's authors say of one setting.
@@ -36,7 +35,7 @@ struct Described
     QString since;
     QVector<OldName> was; // the newest first
     bool isSecret = false;
-    bool isKept = false; // a reset leaves it alone
+    bool isKept = false; // a reset keeps it
 };
 
 // The settings that an application has, as their description says. Without one it is empty, and
@@ -45,7 +44,7 @@ class Description
 {
 public:
     Description() = default;
-    /// Each name, of today or older, belongs to one setting alone.
+    /// Each name, of today or older, must belong to one setting only.
     Description(const QString &file, const QVector<Described> &all);
 
     /// Tells whether there is a description; one may describe nothing.

@@ -12,7 +12,7 @@
 namespace generators {
 namespace {
 
-// A text with a sign or a zero before it, as a telephone's number has, is no number.
+// A text with a "+" or zeros before it, as a telephone number has, is not a number.
 bool isWholeNumber(const QVariant &value)
 {
     const QString text = value.toString();

@@ -9,8 +9,8 @@
 
 struct Context;
 
-// What is made of the files, and of the description of their settings. Each prints one text. Whatever
-// a description says, it ends no comment, begins no markup and moves no cursor.
+// These functions print texts made of the files, or of the description of their settings. A text of
+// the description ends no comment there, begins no markup and moves no cursor.
 namespace generators {
 
 /// Prints a description of what the files hold.

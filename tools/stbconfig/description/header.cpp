@@ -144,8 +144,8 @@ bool isLetter(QChar character)
     return character.unicode() < 0x80 && std::isalpha(character.unicode()) != 0;
 }
 
-// A name with a "_" and a capital first is no word of the language. A name of capitals alone might
-// be a macro, as INT_MAX is, so it gets a "_" at its end.
+// No keyword of C++ begins with a capital and has a "_". A name that has only capitals might be a
+// macro, as INT_MAX is, so it gets a "_" at its end.
 QString identifierOf(const Setting &setting)
 {
     const QString name = setting.group.isEmpty() ? "General/" + setting.key : setting.name();
@@ -161,8 +161,8 @@ QString identifierOf(const Setting &setting)
     return result == result.toUpper() ? result + '_' : result;
 }
 
-// A backslash makes plain text of Doxygen's commands and markup, and of HTML. The end of a comment
-// is parted, and so is what some compilers take for a backslash at a line's end.
+// A backslash before it makes plain text of Doxygen's commands and markup, and of HTML. A blank
+// parts the end of a comment, and the trigraph that some compilers take for a backslash.
 QString inComment(const QString &line)
 {
     QString result;
@@ -199,7 +199,7 @@ void addValues(QStringList &lines, const Described &described)
     lines.append("    };");
 }
 
-// A list is made once, so that nobody pays for more than the answer.
+// The header makes a list only once, so that a lookup does not pay for it again.
 QStringList defaultLines(const Described &described, const QVariant &byDefault)
 {
     if (described.type == value::Type::List) {

@@ -21,7 +21,7 @@ bool opens(char byte) { return byte == '{' || byte == '['; }
 
 bool closes(char byte) { return byte == '}' || byte == ']'; }
 
-// Goes over a text that Qt accepts, and so asks only what it needs to know.
+// Goes over a text that Qt has accepted, so it need not check the syntax again.
 class Scanner
 {
 public:
@@ -91,7 +91,7 @@ private:
         return m_json.mid(begin, m_offset - begin);
     }
 
-    // Qt knows best what Qt makes of a text, but takes its time.
+    // Only Qt knows for sure what it makes of a text, but it is slow, so plain texts go without it.
     static QString decoded(const QByteArray &text)
     {
         if (std::all_of(text.cbegin(), text.cend(), isPlain))
@@ -107,7 +107,7 @@ private:
         return name;
     }
 
-    // There is another member behind it.
+    // Another member or item must stand behind the value.
     void skipValue()
     {
         int depth = 0;

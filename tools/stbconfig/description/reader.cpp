@@ -114,7 +114,7 @@ void Reader::refuse(const Part &part, const QString &what, const QString &whatTo
 
 void Reader::requireUtf8() const
 {
-    // It stops at the first NUL, of which UTF-16 has many.
+    // The conversion stops at the first NUL. UTF-16 has many, so this finds UTF-16, too.
     const QByteArray again = QString::fromUtf8(m_text.constData()).toUtf8();
     const auto [byte, other] =
         std::mismatch(m_text.cbegin(), m_text.cend(), again.cbegin(), again.cend());
@@ -129,8 +129,8 @@ QJsonDocument Reader::parsed() const
     QJsonDocument document = QJsonDocument::fromJson(m_text, &error);
     if (error.error == QJsonParseError::NoError)
         return document;
-    // Otherwise Qt says where it stopped: behind what it does not understand and the blanks there, and
-    // at times behind the end.
+    // Qt says where it has stopped: behind what it does not understand and the blanks after that, and
+    // sometimes behind the end of the text.
     auto offset = std::min<position::Offset>(error.offset, m_text.size());
     if (error.error != QJsonParseError::GarbageAtEnd) {
         while (offset > 0 && std::isspace(m_text[offset - 1]) != 0)

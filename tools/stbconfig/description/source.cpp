@@ -22,7 +22,8 @@ Description load(const Choice &choice, const Files &files, bool asRoot)
         return read(bytes, *choice.file);
     }
     const QString file = files.descriptionFile();
-    // Every command looks for it, so a process of its own is made only where another user has a hand.
+    // Every command looks for this file. So a process is made for it only if the way leads through
+    // something that belongs to another user.
     const bool isForeign = !asRoot && follow(absolute(file)).foreigner;
     const fileproblem::Contents contents = isForeign
         ? fileproblem::readAsOwner(file, files.root(), largest)

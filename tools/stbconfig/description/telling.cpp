@@ -12,8 +12,8 @@ constexpr int indent = 2;
 
 bool isOfToday(const Told &told) { return told.setting.name() == told.described->setting.name(); }
 
-// A renamed setting may have other values today, so nothing is said of one under an older name. What
-// is nearest to a secret would tell a part of it.
+// A renamed setting may have other values today, so this says nothing of a value under an older
+// name. The allowed value that is nearest to a secret would tell a part of it.
 QString breach(const Told &told, const output::Format &format)
 {
     if (!told.value || !isOfToday(told))

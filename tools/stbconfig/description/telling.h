@@ -14,8 +14,8 @@ namespace description {
 struct Told
 {
     Setting setting;
-    const Described *described = nullptr; // if nothing is; an older name has what today's name has
-    const QVariant *value = nullptr; // if nobody holds it
+    const Described *described = nullptr; // null if nothing; an older name shares today's
+    const QVariant *value = nullptr; // null if nobody holds it
 };
 
 Told told(const Description &description, const Setting &setting, const QVariant *value);

@@ -13,10 +13,10 @@ namespace {
 
 struct Density
 {
-    bool isLineEach; // the name with its group
-    bool isGroupOnLine; // a group begins one
+    bool isLineEach; // each setting has a line, and its name with the group
+    bool isGroupOnLine; // each group begins a line
     bool hasDefaults;
-    int value; // their columns
+    int value; // columns of a value, and of a name
     int name;
 };
 

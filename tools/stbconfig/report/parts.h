@@ -11,15 +11,15 @@
 #include <QtCore/QMap>
 #include <QtCore/QPair>
 
-// What a report tells, each part by a child of its own: whatever a file does to one of them, the
-// others are told. What they return is for somebody else to read.
+// The parts of a report. A child of its own finds out each of them, so that a file which ends one
+// child leaves the other parts. Other people read what the parts return.
 namespace parts {
 
 // What must not be read by others, and what stands in its place.
 struct Hidden
 {
-    QMap<QString::size_type, QVector<QPair<QString, QString>>> texts; // by their length
-    QStringList settings; // whose names may hold a secret, so that they are left out
+    QMap<QString::size_type, QVector<QPair<QString, QString>>> texts; // by the length of the first
+    QStringList settings; // left out, because their names may hold a secret
 
     void add(const QString &text, const QString &replacement);
     void addSettings(const QStringList &names);
@@ -32,7 +32,7 @@ Hidden storageNames(const Files &files);
 
 struct State
 {
-    bool isHarmful = false; // to who opens it
+    bool isHarmful = false; // to a process that opens it
     std::optional<Problem> problem; // why it cannot be read as a whole
     QStringList secretNames; // of settings, which a line that is broken may have become
 };

@@ -291,7 +291,7 @@ private:
     QStringList settingLines(const Part &settings, QStringList::size_type before) const
     {
         constexpr QStringList::size_type mostLines = 200;
-        constexpr QStringList::size_type least = 100; // however much there is before
+        constexpr QStringList::size_type least = 100; // however many lines stand before
         QStringList lines{
             QString(),
             QString("Settings: %1, values masked: %2, names left out: %3")

@@ -177,7 +177,7 @@ Contents read(const Text &text, bool asRoot)
     try {
         found = writing::inspect(files, false);
     } catch (const Failure &failure) {
-        // To the user, the scratch file is the text.
+        // The user knows nothing of the scratch file, so the error names the text.
         throw Failure{
             failure.status,
             {text.source, failure.problem.whatHappened, "correct the text, then try again"}};
@@ -201,7 +201,7 @@ QByteArray written(const Entries &all, bool asRoot)
         return {};
     const Scratch scratch(asRoot);
     const Files files = scratch.files();
-    put(files.customFile(), {}); // otherwise Qt makes and removes a file for each entry
+    put(files.customFile(), {}); // without it, Qt makes and removes a file for each entry
     constexpr std::chrono::seconds limit(20);
     const child::End end = child::run(limit, [&files, &all] {
         const Session session(files);

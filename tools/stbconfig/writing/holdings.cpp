@@ -38,7 +38,7 @@ bool isUnread(const QVariant &value)
     });
 }
 
-// Only the lines show such values, and where there are several, not which of them it is.
+// Only the lines show such values. If several lines look like one, all of them may be meant.
 QStringList foreignOnes(const Files &files, const QString &file, const Entries &held)
 {
     QStringList result;

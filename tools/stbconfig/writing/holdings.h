@@ -12,9 +12,9 @@ namespace writing {
 // What the files hold before a write.
 struct Holdings
 {
-    Entries written; // by the file that is to be written
+    Entries written; // in the file that is to be written
     Entries defaults;
-    // Those that may be of a type which only the application can write.
+    // The names of entries that may be of a type which only the application can write.
     QStringList foreign;
     QStringList foreignDefaults;
 };
@@ -23,11 +23,11 @@ struct Holdings
 /// CannotRead if the written file, or the defaults if they are wanted, cannot be read as a whole.
 Holdings inspect(const Files &files, bool wantsDefaults);
 
-/// Does the same for a write that is to keep them. Ends also with NotSaved if the written file is
+/// Does the same for a write that is to keep these entries. Also ends with NotSaved if the written file is
 /// no file, or holds what no write from here could keep.
 Holdings read(const Files &files, bool wantsDefaults);
 
-/// Ends with NotSaved if the written file is to keep one of these.
+/// Ends with NotSaved if the write would have to keep one of these entries.
 void requireKeepable(const Files &files, const QStringList &foreign);
 
 } // namespace writing

@@ -96,7 +96,7 @@ std::optional<Held> ofPath(const QString &path)
     if (lstat(bytes.constData(), &status) != 0)
         return {};
     if (!S_ISREG(status.st_mode)) {
-        // Qt makes no links, and would open what such a one leads to.
+        // Qt never makes a link as a lock, and would open the file to which a link leads.
         return stuck(path,
                      S_ISDIR(status.st_mode)       ? "a directory"
                          : S_ISLNK(status.st_mode) ? "a symbolic link"
@@ -114,7 +114,7 @@ std::optional<Held> ofPath(const QString &path)
     // Some file systems and clocks are a moment ahead.
     if (age < -2)
         return stuck(path, writer.name + " with a time stamp in the future");
-    if (status.st_mtim.tv_sec == 0) // to Qt, a lock without an age
+    if (status.st_mtim.tv_sec == 0) // Qt takes such a lock for one without an age
         return stuck(path, writer.name + " without a time stamp");
     if (age > oldest)
         return ofTakeOver(path, status);

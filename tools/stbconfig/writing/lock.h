@@ -17,7 +17,7 @@ struct Held
 {
     QString holder; // "process 12"
     pid_t process; // of this machine; otherwise 0
-    bool canGo; // by itself, or within Qt's 30 seconds
+    bool canGo; // it ends by itself, or Qt removes it within 30 seconds
     Problem problem;
 };
 

@@ -76,7 +76,7 @@ bool isInGroup(gid_t group)
     return group == getegid() || std::find(groups.cbegin(), groups.cend(), group) != groups.cend();
 }
 
-// The new file belongs to who writes it; only root can give it back to somebody else.
+// The new file belongs to the user who writes it; only root can give it back to somebody else.
 std::optional<Obstacle> ofOwner(const QString &file, const struct stat &status,
                                 const struct stat &directory)
 {
@@ -208,7 +208,7 @@ std::optional<Obstacle> of(const QString &file, qint64 size)
 {
     if (const auto problem = fileproblem::ofOpening(file))
         return fact(file, problem->whatHappened, problem->whatToDo);
-    // The library makes missing directories, but none where a link leads.
+    // The library makes missing directories, but not the one to which a link leads.
     const QString target = follow(absolute(file)).end;
     if (QFileInfo(file).isSymLink() && !QFileInfo::exists(QFileInfo(target).path()))
         return fact(file, "a symbolic link into a directory that is missing", "make the directory");

@@ -392,8 +392,8 @@ Outcome save(const Files &files, const Entries &before, const Change &change, co
                       {file, "only a part of it could be read", "try again, and check the disk"}};
     }
 #if QT_VERSION_MAJOR < 6
-    // Qt 5 reads a file behind such a mark as UTF-8, and its end writes it without the mark that
-    // says so.
+    // Qt 5 reads a file with such a mark as UTF-8, but writes it without the mark, and then reads it
+    // as Latin-1.
     if (old.contents.bytes.startsWith(byteOrderMark)) {
         throw notSaved(file, "it begins with a byte order mark, which a write would lose",
                        "save the file without it");

@@ -29,7 +29,7 @@ struct Change
 struct Manner
 {
     bool dryRun = false;
-    bool force = false; // although room is estimated to be short
+    bool force = false; // writes even if the estimated room is too little
     bool asRoot = false;
 };
 
