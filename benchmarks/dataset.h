@@ -37,7 +37,7 @@ public:
 
     QString customFile() const { return directory.filePath("custom.conf"); }
     QString defaultFile() const { return directory.filePath("stbapp.conf"); }
-    /// What a single file would hold that a system without layers reads: the effective settings.
+    /// The effective settings, in one file, for a system that has no layers.
     QString mergedFile() const { return directory.filePath("merged.conf"); }
     QString prefix() const { return directory.path() + '/'; }
 

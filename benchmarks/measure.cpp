@@ -13,8 +13,8 @@
 #include <memory>
 #include <type_traits>
 
-// Does one thing, many times, with the instruments on around it and nothing else: callgrind's
-// counter, which wants --instr-atstart=no, and our own of allocations. Prints
+// Does one thing many times, and measures nothing else. It counts with callgrind, which needs
+// --instr-atstart=no, and with our own counter of allocations. Prints
 // "<allocations per time> <bytes still held per time>".
 
 namespace {
@@ -51,7 +51,7 @@ const Probe *findProbe(const char *winner)
     return nullptr;
 }
 
-// The first lookup in a fresh process, construction included.
+// Does the first lookup in a fresh process, construction included.
 template <typename System>
 int measureStart(const DataSet &data)
 {

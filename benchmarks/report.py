@@ -31,15 +31,15 @@ COUNTED = [("lookup", winner, 1000, 1.07 if winner == "none" else 1.05) for winn
     ("set", "memory", 1000, 1.03),
     ("start", None, 1, 1.05),
 ]
-# "stbconfig get" against a bare program that asks the same two files, as whole processes. The
-# instructions stand in for the time where nothing is timed; they weigh more, since the kernel, which
-# maps and unmaps the same libraries for both, is not counted.
+# These compare "stbconfig get" with a bare program that asks the same two files; both are whole processes.
+# The instructions stand in for the time where nothing is timed. Their ratio is larger, because they leave out
+# the kernel, which maps and unmaps the same libraries for both.
 GET_TIME_TARGET = 1.50
 GET_INSTRUCTION_TARGET = 1.80
 GET_ROUNDS = 500
 TIME_TARGETS = {winner: 1.20 if winner == "none" else 1.15 for winner in WINNERS}
 
-# What a program inherits is part of what is measured: the environment is one of the storages.
+# The environment is one of the storages, so the variables that a program inherits change the counts.
 CLEAN = {"PATH": "/usr/bin:/bin", "LC_ALL": "C.UTF-8", "QT_HASH_SEED": "0"}
 
 

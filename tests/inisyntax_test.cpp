@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-// What a person who edits the files by hand must know; docs/ini-files.md tells it by these names.
+// A person who edits the files by hand must know these facts; docs/ini-files.md tells them by these names.
 
 #include "support/qtdifferences.h"
 #include "support/settingsfixture.h"

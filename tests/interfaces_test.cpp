@@ -206,7 +206,7 @@ TEST(CommandLineRecord, StartsWithoutALevel)
     EXPECT_TRUE(secondText.isNull());
 }
 
-// The members are met by position: an application's own record may call them otherwise.
+// The library reads the members by position: an application's own record may name them otherwise.
 TEST(CommandLineRecord, HoldsALevelATextASwitchAndAText)
 {
     const auto [level, firstText, flag, secondText] = stbui::CmdLineArgs();

@@ -33,7 +33,7 @@ constexpr bool isSanitized = true;
 constexpr bool isSanitized = false;
 #endif
 
-// What an application may have registered for values of its own.
+// An application may have registered a type of its own like this one.
 struct Command
 {
     QByteArray text;
@@ -65,7 +65,7 @@ protected:
     {
         rlimit stack{};
         getrlimit(RLIMIT_STACK, &stack);
-        stack.rlim_cur = std::min(stack.rlim_cur, rlim_t{8} << 20); // whatever the shell allows
+        stack.rlim_cur = std::min(stack.rlim_cur, rlim_t{8} << 20); // even if the shell allows more
         setrlimit(RLIMIT_STACK, &stack);
         const rlimit none{0, 0};
         setrlimit(RLIMIT_CORE, &none); // the processes that are meant to die leave no files behind
@@ -177,7 +177,7 @@ TEST_F(HostileFile, LosesAChangeInSilenceByAListOfClaimedLengthWithQt5)
         SCOPED_TRACE(list.constData());
         writeHostileFile(list);
         const QByteArray before = contentOf(customFile());
-        // In a process that ends then: another manager on the file would make Qt read at null.
+        // This runs in a process that then ends: a new manager of the file would make Qt read at null.
         EXPECT_EXIT(
             {
                 customStorage()->setValue("Good", "x", 2);

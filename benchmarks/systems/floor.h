@@ -13,8 +13,9 @@
 #include <QtCore/QVariant>
 
 /**
- * What the library's contract costs at the least: exactly the calls that it owes, in straight
- * lines, each name formed in one allocation. No manager, no registry, no lock, no virtual call.
+ * Shows what the library's contract costs at least. It makes exactly the calls that the contract
+ * demands, in straight lines, and forms each name in one allocation. It has no manager, no registry,
+ * no lock and no virtual call.
  */
 class Floor
 {

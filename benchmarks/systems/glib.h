@@ -11,7 +11,7 @@
 #include <array>
 #include <memory>
 
-/// Four GKeyFiles, asked one after the other until one holds the setting, as GLib has no layers.
+/// Asks four GKeyFiles, one after the other, until one holds the setting: GLib has no layers.
 class GKeyFiles
 {
 public:

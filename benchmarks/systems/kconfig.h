@@ -13,8 +13,8 @@
 
 #include <memory>
 
-/// KConfig: a file of the user's own over the system's, merged when they are loaded. It has no
-/// layer for the environment or for memory, so those overrides are written over it, unsynced.
+/// KConfig merges the user's file over the system's when it loads them. It has no layer for the
+/// environment or for memory, so those overrides are written over the files, without a sync.
 class KConfigFiles
 {
 public:

@@ -49,7 +49,7 @@ QJsonObject describedIn(const char *path)
     return QJsonDocument::fromJson(file.readAll()).object()[QStringLiteral("settings")].toObject();
 }
 
-// Takes each setting away that has been looked at.
+// Checks the name and the default of a setting, and takes it out of those that are left to check.
 template <typename Setting>
 void checkDescribed(QJsonObject &all)
 {
@@ -184,7 +184,7 @@ void checkStoring(const QString &prefix)
 template <typename Read>
 long allocationsOf(const Read &read)
 {
-    read(); // Qt makes some things once
+    read(); // Qt allocates some things at the first read
     const long before = allocations;
     read();
     return allocations - before;

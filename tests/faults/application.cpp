@@ -67,7 +67,7 @@ QJsonValue close(const QStringList &)
     return true;
 }
 
-// A change through a second manager on the same files.
+// Makes a change through a second manager of the same files.
 QJsonValue setBeside(const QStringList &words)
 {
     const ConfigurationManager second(words[0], words[1], &reports);
@@ -180,7 +180,7 @@ QJsonValue freeDescriptors(const QStringList &)
     return true;
 }
 
-// Never answers again: counts up, with N entries that change and are written together each time.
+// Counts up for ever and never answers again. Each time, N entries change and are written together.
 QJsonValue writeForEver(const QStringList &words)
 {
     for (int round = 0;; ++round) {

@@ -91,7 +91,7 @@ TEST_F(DiskFaults, AnAlmostFullDiskLeavesAnEmptyFileAndTellsNobody)
 {
     const SmallDisk disk(dataDirectory(), "size=64k");
     writeCustomFile(before);
-    disk.fill(page); // taken by the lock, so that the file that replaces the old one has no room
+    disk.fill(page); // the lock takes it, so the new file has no room
     Application application;
     openAndChange(application);
 
@@ -134,7 +134,7 @@ TEST_F(DiskFaults, WhatAnAlmostFullDiskCutIsMadeGoodByTheNextChange)
 
 TEST_F(DiskFaults, AFullInodeTableLosesTheChangeInSilence)
 {
-    const SmallDisk disk(dataDirectory(), "nr_inodes=2"); // the directory's and the file's
+    const SmallDisk disk(dataDirectory(), "nr_inodes=2"); // one for the directory, one for the file
     writeCustomFile(before);
     Application application;
     openAndChange(application);

@@ -156,7 +156,7 @@ protected:
         return done;
     }
 
-    // The age at which every lock that counts has long been taken over.
+    // At this age, every lock that can be taken over has been, long ago.
     void makeOld() const
     {
         const timespec anHourAgo{std::time(nullptr) - 3600, 0};
@@ -179,7 +179,7 @@ protected:
         return waits && !QFile::exists(customFile());
     }
 
-    // Long enough to see that a write waits, and too short for one that waits to end.
+    // This is long enough to see that a write waits, and too short for its wait to end.
     static constexpr int aMoment = 1;
     static constexpr int ratherLong = 20;
 };
@@ -284,7 +284,7 @@ TEST_F(LockFaults, AnOldOneThatMayNotBeRemovedHoldsAWriteWithoutEnd)
     if (geteuid() != 0)
         GTEST_SKIP() << "cannot become another user; run as root";
     leaveLock("", 3600);
-    changeMode("data", 01777); // as /tmp: each user removes only what is his
+    changeMode("data", 01777); // like /tmp: users remove only their own files
 
     EXPECT_TRUE(holdsAWriteWithoutEnd({"become ordinary user"}));
 }

@@ -14,7 +14,7 @@
 
 namespace {
 
-// Only to end a test that would never end.
+// This only ends a test that would never end.
 constexpr int patience = 300000;
 
 const char *const defaultsContent = "; factory settings\n[Video]\noutput=hdmi\n";
@@ -130,7 +130,7 @@ void FaultsFixture::SetUp()
     writeDefaultFile(defaultsContent);
     ASSERT_EQ(stat(encoded(defaultFile()).constData(), &defaultsBefore), 0);
     ASSERT_TRUE(QDir().mkpath(dataDirectory()));
-    changeMode("", 0755); // an ordinary user passes through
+    changeMode("", 0755); // lets an ordinary user pass
 }
 
 void FaultsFixture::TearDown()

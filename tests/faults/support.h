@@ -31,7 +31,7 @@ public:
     QJsonValue value(const QString &group, const QString &key);
     bool isValid() { return ask({"valid"}).toBool(); }
     void turnEventLoop() { ask({"turn"}); }
-    /// The messages that the error handler received since this was last asked.
+    /// Returns the messages that the error handler has received since the last call.
     QStringList reports() { return ask({"reports"}).toVariant().toStringList(); }
 
     /// Ends the input, so that the manager is destroyed, and waits for the exit.
@@ -44,7 +44,7 @@ private:
     QProcess process;
 };
 
-/// A file system in memory in the place of a directory.
+/// A file system in memory that is mounted over a directory.
 class SmallDisk
 {
 public:
@@ -78,9 +78,9 @@ protected:
     void open(Application &application) const;
     /// Opens, makes the change ("Video", "output") = "scart" and turns the event loop.
     void openAndChange(Application &application) const;
-    /// What a fresh process reads from custom.conf, null if nothing.
+    /// Returns what a fresh process reads from custom.conf, null if nothing.
     QJsonValue onDisk(const QString &group, const QString &key) const;
-    /// The files beside custom.conf.
+    /// Returns the files beside custom.conf.
     QStringList leftOvers() const;
     void changeMode(const QString &name, mode_t mode) const;
 
@@ -88,12 +88,12 @@ private:
     struct stat defaultsBefore = {};
 };
 
-// Found by argument-dependent look-up, as those in support/printers.h.
+// GoogleTest finds this by argument-dependent look-up, like those in support/printers.h.
 inline void PrintTo(const QJsonValue &value, std::ostream *out) { printDebugText(value, out); }
 
 MATCHER(IsNothing, "") { return arg.isNull(); }
 
-/// Whether the tests shall take their time: more rounds, more seconds, larger files.
+/// Tells whether the tests shall take long: more rounds, more seconds, larger files.
 bool isLongForm();
 
 /// Gives this program mounts of its own, if that is permitted.

@@ -9,12 +9,13 @@
 #include <cstddef>
 #include <cstdint>
 
-/// What the fuzzer calls for each input; replay.cpp calls it for each file of the corpus.
+/// The fuzzer calls this for each input, and replay.cpp for each file of the corpus.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
 /// Qt unpacks "@Variant(" and "@DateTime(" by its serialisation, which allocates whatever size it is
 /// told: hostile bytes there exhaust the memory or end the process, and the library cannot prevent
-/// it. Found in every spelling, so that it can be left out and everything else is searched.
+/// it. This finds every spelling of the two, so that a target can skip them and search everything
+/// else.
 bool isPackedByQt(const QByteArray &content);
 
 struct Pair

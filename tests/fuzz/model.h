@@ -25,12 +25,12 @@ public:
     void setValue(const QString &group, const QString &key, const QVariant &value);
     void remove(const QString &group, const QString &key);
 
-    /// What is held after it was written to a file and read from it.
+    /// Returns what is held after it was written to a file and read from it.
     FileModel reread() const;
 
     const std::map<QString, QVariant> &all() const { return entries; }
 
-    /// The pair as one name: group, "/", key, without slashes at either end or side by side.
+    /// Returns the pair as one name: group, "/", key, without slashes at either end or side by side.
     static QString entryName(const QString &group, const QString &key);
 
 private:

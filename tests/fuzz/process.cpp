@@ -24,7 +24,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// No command takes longer than 35 seconds, and none that waits for nobody comes near.
+// No command takes longer than 35 seconds, and a command that waits for nobody is much faster.
 constexpr std::chrono::seconds limit(15);
 
 struct Ends
@@ -69,7 +69,7 @@ bool isOurs(const QByteArray &variable)
     return variable.startsWith("STBAPP_") || variable.startsWith("STBCONFIG_");
 }
 
-// Clears what the variables of whoever runs this would change.
+// Clears what the variables of the person who runs this would change.
 // NOLINTBEGIN(concurrency-mt-unsafe): in a child, which has no other thread
 void setVariables(const QList<QByteArray> &variables)
 {
@@ -98,7 +98,7 @@ bool take(int descriptor, QByteArray &into)
     return count > 0 || (count < 0 && errno == EINTR);
 }
 
-// Reads both until they end; false if that takes too long.
+// Reads both until they end. Returns false if that takes too long.
 bool takeAll(int first, QByteArray &printed, int second, QByteArray &said)
 {
     const auto last = Clock::now() + limit;
@@ -130,7 +130,7 @@ End run(const Start &start)
     const pid_t process = fork();
     expect(process >= 0, "a process can be started");
     if (process == 0) {
-        setpgid(0, 0); // so that everything of it can be ended
+        setpgid(0, 0); // so that all its processes can be ended
         dup2(input, STDIN_FILENO);
         dup2(printed.writing, STDOUT_FILENO);
         dup2(said.writing, STDERR_FILENO);

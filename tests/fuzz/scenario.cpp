@@ -670,7 +670,7 @@ void Scenario::compose(Input &input)
         add((others & 64U) != 0 && (others & 128U) != 0, isDryRun, "--dry-run");
         add((others & 192U) == 64, isOther, "--force");
     }
-    // A word that begins with "-" is an option, or the whole has no meaning.
+    // A word that begins with "-" is an option, or the command line has no meaning.
     if (begins(words, "-") || words.contains("--") || input.flag())
         start.words = before + QList<QByteArray>{command} + after + QList<QByteArray>{"--"} + words;
     else if (input.flag())
@@ -684,7 +684,7 @@ void Scenario::composeWild(Input &input)
     start.input = input.flag() ? typed(input) : QByteArray();
     for (unsigned rest = input.byte() % 8; rest > 0; --rest) {
         QByteArray word = input.byte() % 8 == 0 ? typed(input) : input.oneOf(wildWords);
-        // Nothing outside of the box is the fuzzer's business.
+        // The fuzzer must not touch anything outside of the box.
         if (!word.contains("..") && !word.startsWith("--persistent") && !word.startsWith("--root"))
             start.words << word;
     }

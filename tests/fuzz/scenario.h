@@ -18,7 +18,7 @@ struct Scenario
 
     QString customFile() const { return persistent + "custom.conf"; }
     QString defaultsFile() const { return defaults + "stbapp.conf"; }
-    /// The file that a writer changes.
+    /// Returns the file that a writer changes.
     QString writtenFile() const { return storage ? persistent + *storage + ".db" : customFile(); }
     /// The same command, before the command's own words and options.
     Start startOf(const QList<QByteArray> &words) const;

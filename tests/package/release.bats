@@ -43,7 +43,7 @@ commit()
     git commit --quiet -m "A commit"
 }
 
-# Given the lines that name the reasons, expects nothing else, and nothing built.
+# Expects these lines, which name the reasons, and nothing else, and that nothing was built.
 refused()
 {
     run scripts/release

@@ -80,7 +80,7 @@ using namespace stbconfig;
 class AllocationFailure : public SettingsFixture
 {
 protected:
-    // How many own allocations the work makes where none fails.
+    // Counts the library's own allocations during the work when none fails.
     template <typename Work>
     static int allocationsOf(Work work)
     {
@@ -141,7 +141,7 @@ TEST_F(AllocationFailure, LeavesNothingOfAManagerBehind)
 TEST_F(AllocationFailure, LeavesNothingOfAnIndependentStorageBehindAndCanBeRetried)
 {
     const ConfigurationManager &manager = this->manager();
-    // One name for each run: a failed one leaves the entry, which its next call fills.
+    // Each run needs a name of its own, because a failed run leaves an entry that the next call fills.
     int run = 0;
     const auto open = [&] { manager.independentStorage(QString::number(run++)); };
 

@@ -18,7 +18,7 @@ using ::testing::StrictMock;
 
 namespace {
 
-// Strict: a call that a test does not expect, such as one of isValid(), fails it.
+// The mocks are strict: a call that a test does not expect, such as isValid(), fails the test.
 using Mock = StrictMock<MockStorage>;
 using Location = ConfigurationManager::SettingsLocation;
 using Registry = BackendRegistry<IStorableBackend>;

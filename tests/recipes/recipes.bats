@@ -11,14 +11,14 @@ setup_file()
     export CHECKOUT=$BATS_TEST_DIRNAME/../..
 }
 
-# Does what the page says below a heading and expects what it says is printed. ssh leads to boxes beside
-# this one.
+# Does what the page says below a heading, and expects the output that the page shows. "ssh" leads to boxes
+# beside this one.
 follow()
 {
     fleet
     export PATH=$BUILD_DIR/examples/recipes:$CHECKOUT/examples/recipes:$PATH XDG_RUNTIME_DIR=$box
     cd "$box/here"
-    umask 022 # what the page says of modes
+    umask 022 # the modes on the page follow from it
     timeout 60 "${@:3}" python3 "$CHECKOUT/scripts/support/run_tutorial.py" "$1" "$2"
 }
 

@@ -14,7 +14,7 @@ class ScratchDirectory
 public:
     ScratchDirectory();
 
-    /// The absolute path of @p name in the directory.
+    /// Returns the absolute path of @p name in the directory.
     QString path(const QString &name) const { return directory.filePath(name); }
 
     /// Writes a file, creating its directory if it is missing, and returns its path.

@@ -8,14 +8,14 @@
 
 #include <gmock/gmock.h>
 
-/// A variant of exactly the type and value of @p expected: 3 is not "3".
+/// Matches a variant of exactly the type and value of @p expected: 3 is not "3".
 MATCHER_P(IsVariant, expected, "")
 {
     const QVariant wanted(expected);
     return arg.userType() == wanted.userType() && arg == wanted;
 }
 
-/// A variant that holds the text, as a QString.
+/// Matches a variant that holds the text, as a QString.
 MATCHER_P(IsText, text, "")
 {
     return arg.userType() == QMetaType::QString && arg.toString() == QString::fromUtf8(text);
@@ -23,10 +23,10 @@ MATCHER_P(IsText, text, "")
 
 MATCHER(IsInvalid, "") { return !arg.isValid(); }
 
-/// A variant that holds a null QString, which is not an invalid variant.
+/// Matches a variant that holds a null QString, which is not an invalid variant.
 MATCHER(IsNullText, "") { return arg.userType() == QMetaType::QString && arg.toString().isNull(); }
 
-/// A variant that holds a QString which is empty, but not null.
+/// Matches a variant that holds a QString which is empty, but not null.
 MATCHER(IsEmptyText, "")
 {
     return arg.userType() == QMetaType::QString && arg.toString().isEmpty()

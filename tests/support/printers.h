@@ -11,8 +11,8 @@
 
 #include <ostream>
 
-// How GoogleTest shows Qt's types in a failure. Found by argument-dependent look-up, and therefore
-// in the global namespace as the types are.
+// GoogleTest shows Qt's types in a failure with these. It finds them by argument-dependent look-up, so
+// they stand in the global namespace, as the types do.
 
 template <typename T>
 void printDebugText(const T &value, std::ostream *out)

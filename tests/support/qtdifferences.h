@@ -6,15 +6,15 @@
 
 #include <QtCore/QtGlobal>
 
-// What the tests expect of one version of Qt and not of the other.
+// The tests expect these of one version of Qt and not of the other.
 namespace qtdifferences {
 
 #if QT_VERSION_MAJOR < 6
-// An INI file is Latin-1 when it is read; whatever is beyond ASCII is escaped when it is written.
+// Qt reads an INI file as Latin-1, and escapes what is beyond ASCII when it writes.
 constexpr bool iniFilesAreUtf8 = false;
-// A map allocates inside Qt's library.
+// A map makes its allocations inside Qt's library.
 constexpr bool mapsAllocateInOurs = false;
-// A packed list gets the memory that it claims to need before its elements are read.
+// Qt allocates the memory that a packed list claims to need before it reads the elements.
 constexpr bool claimedLengthsAreReserved = true;
 #else
 constexpr bool iniFilesAreUtf8 = true;

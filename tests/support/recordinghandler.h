@@ -9,7 +9,7 @@
 #include <QtCore/QMutex>
 #include <QtCore/QStringList>
 
-/// Keeps every message, from whatever thread it comes.
+/// Keeps every message, from any thread.
 class RecordingHandler final : public stbconfig::IErrorHandler
 {
 public:

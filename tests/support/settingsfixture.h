@@ -52,7 +52,7 @@ protected:
     stbconfig::IReadableBackend *environment();
     stbconfig::IReadableBackend *defaults();
 
-    /// The merged value, or "default" if no storage holds the setting.
+    /// Returns the merged value, or "default" if no storage holds the setting.
     QVariant valueOf(const char *group, const char *key);
 
     /// Destroys the manager, which writes its changes to the files; the next use makes another.

@@ -5,7 +5,7 @@ load support
 
 setup_file()
 {
-    # Ordinary users may have no access to the folder that we build in: they get a copy.
+    # Ordinary users may have no access to the build folder, so they get a copy.
     cmake --install "$BUILD_DIR" --prefix "$BATS_FILE_TMPDIR/installed" >/dev/null
     chmod a+x "$BATS_RUN_TMPDIR" "$BATS_RUN_TMPDIR"/*
 }
@@ -17,20 +17,20 @@ describe()
     printf "$@" >"$description"
 }
 
-# Expects that get works, and tells of the description in this one line.
+# Expects that "get" works, and complains of the description in this one line.
 expect_note()
 {
     expect 0 get Video output
     [ "$output" = "stbconfig: $1"$'\n'hdmi ] || { echo "$output"; return 1; }
 }
 
-# The bytes of the line that the command says of the description.
+# Prints the line in which the command complains of the description.
 complaint()
 {
     "$STBCONFIG" get Video output 2>&1 >/dev/null
 }
 
-@test "a bad description ends with 3 who needs it, and is a note of who does not" {
+@test "with a bad description, commands that need one end with 3, and the others print a note" {
     describe '{\n  "settings": {"Video/output": {"typ": "int"}}}'
     line="stbconfig: $description:2:33: there is no such member; did you mean type?"
     printf '[Video]\noutput=scart\n' >"$box/new.conf"
@@ -50,7 +50,7 @@ complaint()
     [[ $output == *"error bad-description: $description:2:33: there is no such member"* ]]
 }
 
-@test "who wants no description hears of none" {
+@test "with --no-schema nothing is said of a bad description" {
     describe '{'
     expect 0 get Video output --no-schema
     [ "$output" = hdmi ]
@@ -91,7 +91,7 @@ complaint()
     [ "${lines[0]}" = "stbconfig: $box/etc: not a file but a directory; name a description that can be read" ]
 }
 
-@test "a description that is named must be there" {
+@test "a description that --schema names must be there" {
     expect 3 set Video output scart --schema "$box/none.json"
     [ "$output" = "stbconfig: $box/none.json: no such file; check the path" ]
     mkfifo "$box/fifo"
@@ -99,7 +99,7 @@ complaint()
     [ "$output" = "stbconfig: $box/fifo: not a file but a FIFO; name a description that can be read" ]
 }
 
-@test "of a description, 16 MiB are read" {
+@test "a description of more than 16 MiB is refused" {
     describe '{"settings": {}}'
     for size in 16777217 200000000; do
         truncate -s "$size" "$description"
@@ -140,7 +140,7 @@ END
     ln -s "$box/root.json" "$box/var/link.json"
     expect 3 set Video output scart --schema "$box/var/link.json"
     [[ $output == *"link.json: cannot be read: Permission denied"* ]]
-    # A link of root's own that leads through the user's directory.
+    # This link belongs to root and leads through the user's directory.
     ln -s "$box/var/link.json" "$box/etc/stbapp.schema.json"
     rm -f "$custom"
     export STBCONFIG_PERSISTENT_PREFIX=$box/etc/
@@ -148,7 +148,7 @@ END
     [[ ${lines[0]} == *"stbapp.schema.json: cannot be read: Permission denied for user $user, who owns $box/var "* ]]
     expect 0 get Video output --as-root
     [[ ${lines[0]} == *"stbapp.schema.json:1:8: this is no JSON: unterminated string; correct it" ]]
-    # The file of the user's own, who may read it.
+    # This file belongs to the user, who may read it.
     printf '{}' >"$box/var/own.json"
     chown "$user" "$box/var/own.json"
     ln -sfn "$box/var/own.json" "$box/etc/stbapp.schema.json"
@@ -159,7 +159,7 @@ END
     [ "$output" = hdmi ]
 }
 
-@test "a description in a directory that others can write is none that root takes by name" {
+@test "root takes no description by name from a directory in which others can write" {
     [ "$(id -u)" = 0 ] || skip "only root is careful"
     mkdir -m 777 "$box/shared"
     printf '{"settings": {}}' >"$box/shared/description.json"
@@ -167,7 +167,7 @@ END
     [ "$output" = "stbconfig: $box/shared/description.json: others than root can exchange it in $box/shared; name a description that can be read" ]
 }
 
-@test "an unreadable description is a note of the user who cannot read it" {
+@test "a user who cannot read the description gets a note" {
     [ "$(id -u)" = 0 ] || skip "only root can become another user"
     given_to "$user"
     describe '{"settings": {}}'

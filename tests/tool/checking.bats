@@ -9,7 +9,7 @@ finds()
     [[ $output == *" $1: "*"$2"* ]] || { echo "$output"; return 1; }
 }
 
-@test "nothing to report on a clean box" {
+@test "a clean box has no findings" {
     chmod 600 "$defaults"
     printf '[Video]\noutput=scart\n' >"$custom"
     expect 0 check
@@ -70,13 +70,13 @@ finds()
     finds malformed epg.db:1 3
 }
 
-@test "findings before a write is lost" {
+@test "what would lose the next write is found" {
     mkdir "$custom"
     finds write-lost "$custom: not a file" 3
     finds unreadable "$custom" 3
 }
 
-@test "findings before a write damages the file" {
+@test "what would let the next write damage the file is found" {
     ln -s custom.conf "$custom"
     finds write-lost "$custom: a symbolic link that leads back to itself" 3
     rm "$custom"
@@ -87,7 +87,7 @@ finds()
 
 @test "a file system with less space than a new file needs is found" {
     requires_namespaces
-    # A page for the lock, none for the file; then one more than needed.
+    # First there is a page for the lock and none for the file, then one page more than needed.
     run unshare -m sh -c 'mount -t tmpfs -o size=32k none "$1/var" && echo "[a]
 b=1" >"$1/var/custom.conf" && head -c 24576 /dev/zero >"$1/var/fill" && "$2" check;
         truncate -s 20480 "$1/var/fill" && "$2" check' sh "$box" "$STBCONFIG"
@@ -133,15 +133,15 @@ b=1" >"$1/var/custom.conf" && head -c 24576 /dev/zero >"$1/var/fill" && "$2" che
     finds prefix "$box/var"
 }
 
-# Expects of each text in the custom file that check, but for the findings that are meant to be
-# there, says nothing about it.
+# Expects that "check" says nothing of the custom file, except for findings that every file here
+# has.
 finds_nothing()
 {
     run "$STBCONFIG" check --ignore comment --ignore no-default --ignore redundant --ignore missing
     [ "$status" = 0 ] && [ -z "$output" ] || { echo "status $status: $output"; return 1; }
 }
 
-@test "what is right is no finding" {
+@test "a correct line gives no finding" {
     for text in '[Video] ; note\noutput=1\n' '[Profile]\nlocale=no\n' '[A]\nlanguage=no\n' \
         '[Language]\naudio=no\n' '[A]\naudioLang=no\ncountry=NO\n' '[A]\nb=1 ; note\n' \
         '[A]\nb="1,2"\n' '[A]\nb=1\\,2\n' '[A]\r\nb=1\r\n; note\r\nc="2;3"\r\n' \

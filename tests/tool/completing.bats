@@ -6,7 +6,7 @@
 
 load support
 
-# The candidates for the words, the last of which is being typed, in one line.
+# Prints in one line the candidates for the words, the last of which is being typed.
 offered()
 {
     run "$STBCONFIG" complete -- "$@"
@@ -73,7 +73,7 @@ survives_names()
 completes_lines()
 {
     local shell=$1 close=
-    # bash alone closes the quotes around a group or directory.
+    # Only bash closes the quotes around a group or directory.
     [ "$shell" = bash ] || close="'"
     mkdir -p "$box/home/my dir"
     STBCONFIG_PERSISTENT_PREFIX="$box/home/my dir/" "$STBCONFIG" set Far/away far

@@ -30,8 +30,8 @@ finds_exactly()
         <([ $# = 0 ] || printf '%s\n' "$@") || { echo "$output"; return 1; }
 }
 
-# The custom file, the shell's variables, a file of variables in their place, and the defaults: all
-# that the command can look at. No other process sees the memory of the application.
+# The command can look at the custom file, the shell's variables or a file of variables, and the defaults.
+# No other process sees the memory of the application.
 @test "a bad value is found in each location that holds it, by location, file, line and rule" {
     describe "$volume" "$output"
     printf 'STBAPP_AUDIO_VOLUME=-3\n' >"$box/env"
@@ -66,7 +66,7 @@ for f in json.loads(sys.argv[1]):
 }
 
 @test "each rule of a description is held against what is written" {
-    # The description of A/b, the line of the file, and what is wrong with it, if anything is.
+    # Each line has the description of A/b, the line of the file, and what is wrong with it, if anything is.
     while IFS='|' read -r described entry wanted; do
         describe "\"A/b\": {$described}"
         printf '[A]\n%s\n' "$entry" >"$custom"
@@ -150,7 +150,8 @@ TABLE
         "note migrated-name: STBAPP_SOUND_LEVEL: EnvironmentVariables holds this older name of Audio/volume beside it; unset it" \
         "note migrated-name: $defaults:2: Sound/level: StbappConfDefault holds this older name of Audio/volume beside it; remove it from the image"
     expect 0 check
-    # Each location for itself: what the defaults hold today is no reason to leave the custom file.
+    # Each location counts for itself: today's name in the defaults does not excuse the older one in the custom
+    # file.
     printf '[Sound]\nlevel=3\n' >"$custom"
     printf '[Audio]\nvolume=3\n' >"$defaults"
     finds_exactly 1 "warning old-name: $custom:2: Sound/level: CustomConfPersistent holds an older name of Audio/volume; run stbconfig migrate"
@@ -226,7 +227,7 @@ TABLE
     export STBAPP_VIDEO_OUTPUT=hdmi STBAPP_AUDIO_MUTE=1
     expect 0 check --fail-on note --ignore shadowed-variable --ignore redundant
     [ -z "$output" ] || { echo "$output"; return 1; }
-    # Without it, three of them are not known to be meant.
+    # Without the description, the command cannot know that three of these are intended.
     expect 1 check --no-schema
     [[ $output == *"boolean-word: $custom: A/word: "* && $output == *"unquoted-comma: $custom:6: "* ]]
     rm "$defaults"
@@ -368,7 +369,8 @@ with open(box + "/etc/stbapp.schema.json", "w") as file:
 name = "".join("%%U%04X" % c for c in memoryview(evil.encode("utf-16-le")).cast("H"))
 value = '"' + "".join("\\x%x" % c for c in memoryview(evil.encode("utf-16-le")).cast("H")[:-1]) + '"'
 with open(box + "/var/custom.conf", "w") as file:
-    # One too long, one too many, an old name, an old name beside today's, a strange name, a strange one near another.
+    # A value that is too long, a value that is not allowed, an old name, an old name beside today's, an unknown
+    # name, and an unknown name that resembles another one.
     file.write(f"[A]\n{name}={value}\n{name}y=1\n[B]\n{name}=1\ntext={value}\nother={'x' * 100000}\n"
                f"[C]\n{name}=1\n[{name}]\n{name}=1\n")
 SCRIPT
@@ -381,7 +383,7 @@ SCRIPT
     [[ $(<"$box/lines") == *"B/other: CustomConfPersistent holds xxx"*"…, which is no whole number"* ]]
     "$STBCONFIG" check --json >"$box/json" || true
     are_safe_lines "$box/json" "$(wc -l <"$box/json")"
-    # In a record the place is as it is; what was found and what to do are for people.
+    # A record has the place as it is; the message and the remedy are for people.
     "$STBCONFIG" check -0 --ignore missing | python3 -c 'import sys
 for record in sys.stdin.buffer.read().decode().split("\0")[:-1]:
     print(*record.split("\t")[3:])' >"$box/records"
@@ -407,8 +409,8 @@ SCRIPT
     grep -q 'did you mean' "$box/out"
 }
 
-# Fills the box with so many described settings, and holds so many: bad ones, unknown ones that are
-# near to others, and old ones.
+# Describes so many settings, and fills the files with so many: with bad values, with unknown names
+# that resemble others, and with old names.
 crowded()
 {
     python3 - "$box" "$1" <<'SCRIPT'
@@ -448,14 +450,14 @@ SCRIPT
         done
     done
     for i in {0..2}; do
-        # Eight times as many; the square of it is sixty-four times.
+        # With eight times as many settings, a cost that grows with the square would be 64 times as high.
         ((all[i + 3] < 24 * (all[i] + 5))) || { echo "${all[*]}"; return 1; }
     done
     [ "$(grep -c bad-value "$box/out")" = $((2 * 2667)) ]
     [ "$(grep -c unknown-setting "$box/out")" = $((2 * 2667 + 1333)) ]
 }
 
-# Expects a refusal with this line behind the setting, and that nothing is written.
+# Expects that the command refuses with this message and writes nothing.
 refuses()
 {
     local wanted=$1
@@ -567,7 +569,7 @@ stores()
         cmp "$custom" "$box/before"
         expect 0 $words --no-schema --dry-run
     done
-    # What needs no description says so, and works.
+    # Commands that need no description say that it is bad, and work.
     expect 0 logging
     [ "$(grep -c "^stbconfig: $box/etc/stbapp.schema.json" <<<"$output")" = 1 ]
     [[ $output == *imageRequestsEnabled* ]]
@@ -575,7 +577,7 @@ stores()
     [ "${#lines[@]}" = 1 ]
     [[ $output == "stbconfig: $box/etc/stbapp.schema.json"* ]]
     expect 0 import "$box/given" --storage epg
-    # But which of its settings are secrets cannot be told.
+    # But an export cannot know which of its settings are secrets.
     expect 3 export --storage epg
 }
 
@@ -625,7 +627,7 @@ LINES
     for name in A/old Audio/volume Logging/level Profile/locale Sound/level Video/modes Video/output; do
         grep -qxF "$name" <<<"$output" || { echo "$output"; return 1; }
     done
-    # A box's own export comes back to it.
+    # A box can import its own export.
     "$STBCONFIG" export >"$box/export"
     rm "$custom"
     expect 0 import "$box/export"

@@ -147,7 +147,7 @@ TEST(DescriptionReader, SaysInOneLineWhereWhatIsWrong)
 
 TEST(DescriptionReader, SaysWhichMemberOfASettingIsWrong)
 {
-    // Each stands behind 22 characters.
+    // Each text stands behind 22 characters of the line.
     const Complaint table[] = {
         {R"("typ": 1)", "file:1:23: there is no such member; did you mean type?"},
         {R"("colour": 1)",
@@ -303,7 +303,7 @@ TEST(DescribedValue, OfABooleanIsOneThatPeopleAndApplicationsReadAlike)
 TEST(DescribedValue, OfAListHasItemsThatAreAllowed)
 {
     const QByteArray members = R"("type": "list", "values": ["hdmi", "scart"])";
-    // A file gives a list of one back as a text, and an empty one as nothing.
+    // A file gives back a list of one item as a text, and an empty list as an invalid value.
     for (const QVariant &value : {QVariant("hdmi"), QVariant(), QVariant(QStringList()),
                                   QVariant(QVariantList{"hdmi", "scart"})})
         EXPECT_EQ(breachOf(members, value), "allowed") << value.toString().toStdString();
@@ -361,7 +361,7 @@ TEST(Position, CountsCharactersAndTheLinesOfAnySystem)
     EXPECT_EQ(of(text.size() + 7), "4:2");
 }
 
-// A text of JSON that is made at random, and where what begins in it.
+// A random text of JSON, with the place where each value and each name in it begins.
 class RandomJson
 {
 public:

@@ -5,7 +5,7 @@
 
 load support
 
-# Given a Python expression over d, holds it against what the draft says of the settings.
+# Expects that a Python expression over d is true, where d is what the draft says of the settings.
 drafts()
 {
     "$STBCONFIG" schema new >"$box/draft" 2>"$box/notes"
@@ -16,8 +16,8 @@ assert eval(sys.argv[2]), d
 END
 }
 
-# Puts descriptions of any names, values and texts under "$box/<number>.json", and what an application
-# reads by them under "$box/<number>.values".
+# Writes descriptions of random names, values and texts to "$box/<number>.json", and what an application
+# reads with them to "$box/<number>.values".
 random_descriptions()
 {
     python3 - "$box" "$1" <<'END'
@@ -36,7 +36,7 @@ def name():
 for number in range(int(sys.argv[2])):
     settings, values = {}, {}
     while len(settings) < 40:
-        # The names of a file, and of variables, may not differ in case alone.
+        # Names that differ only in case would share a variable.
         this = name()
         if this.casefold() in [other.casefold() for other in settings]:
             continue
@@ -142,7 +142,7 @@ END
     cp "$example/stbapp.schema.json" "$box/etc"
     expect 0 check --ignore missing
     [ -z "$output" ]
-    # Whatever the application asks for is described.
+    # Everything that the application asks for is described.
     for name in $(sed -n 's/^    {"\([A-Z][a-z]*\)", "\([A-Za-z]*\)", ".*"},$/\1\/\2/p' "$example/main.cpp"); do
         grep -q "\"$name\": {" "$example/stbapp.schema.json" || { echo "not described: $name"; return 1; }
     done
@@ -323,7 +323,7 @@ settings = json.load(open(sys.argv[1]))["settings"]
 page = tree.parse(sys.argv[2]).getroot()
 kinds = {node.tag.split("}")[1] for node in page.iter()}
 assert kinds <= {"document", "heading", "text", "paragraph", "list", "item", "softbreak"}, kinds
-# What is not plain is shown as an escape, of a backslash, letters and digits.
+# The page shows any other character as an escape of a backslash, letters and digits.
 words = lambda text: re.sub(r"[\s\x00-\x20\x7f-\x9f\u2028\u202e\uffff\\A-Za-z0-9]+", "", text)
 headings = ["".join(node.itertext()) for node in page if node.get("level") == "3"]
 assert len(headings) == len(settings), headings

@@ -10,7 +10,7 @@ load support
 volume='"Audio/volume": {"type": "int", "minimum": 0, "maximum": 100, "default": 30, "since": "1.2",
     "description": "How loud it is.", "was": ["Sound/level"]}'
 
-# What explain prints below the locations.
+# Prints what "explain" prints below the locations.
 told()
 {
     run "$STBCONFIG" explain "$@"
@@ -108,7 +108,7 @@ told()
     [[ $output == "  How loud it is."* ]]
 }
 
-# Holds the last output against what "a description of many words" expects.
+# Compares the last output with what "a description of many words" expects.
 reads_well()
 {
     [ "$(grep -c '^  word' <<<"$output")" = 4 ]
@@ -227,7 +227,7 @@ canaries()
         STBAPP_B_OLDER=CANARY44 STBAPP_B_COUNT=CANARY45 STBAPP_PROFILE_LOCALE=CANARY46
 }
 
-# Expects of each line of words that the command says something, and no canary, in every format.
+# Expects for each line of words, in every format, that the command says something, but no canary.
 keeps_secrets()
 {
     local words format failed=
@@ -293,7 +293,7 @@ schema conf
 schema markdown
 schema header
 WORDS
-    # Only the older names are held.
+    # Now the custom file holds only the older names.
     sed -i '/^\[A\]/,/^\[B\]/{/B/!d}' "$box/before"
     keeps_secrets <<'WORDS'
 migrate --dry-run
@@ -328,7 +328,7 @@ WORDS
     [ "$output" = "A/plain  CustomConfPersistent  CANARY2" ]
 }
 
-@test "a report masks every value if the description cannot be read, says so, and is no equal of another" {
+@test "a report masks every value if the description cannot be read, says so, and has no fingerprint" {
     canaries
     printf '[A]\nplain=CANARY1\n[Logging]\nresponseLengthLimit=5\n' >"$custom"
     for bad in '{' '[]' '{"settings": {"A/plain": {"secret": 1}}}'; do
@@ -344,7 +344,7 @@ WORDS
     [[ $output != *CANARY* && $(tr -s ' \n' ' ' <<<"$output") == *"all values are masked"* ]]
 }
 
-# Words of each command, in each of its formats; "@" stands for the box.
+# The words of each command, in each of its formats; "@" stands for the box.
 every_command='get Video/output
 get Video/nothing
 get User/pin --json
@@ -394,7 +394,7 @@ complete -- set Logging/level w
 complete -- check --ignore mi
 completion bash'
 
-# Runs them all with these options more, and keeps what they say, and which status and file they leave.
+# Runs all of them with these further options, and prints what they say, their status and the custom file.
 run_all()
 {
     local words
@@ -421,6 +421,6 @@ run_all()
         run_all "" >"$box/with"
         rm "$box/etc/stbapp.schema.json"
         cmp "$box/without" "$box/left-out" || { diff "$box/without" "$box/left-out"; return 1; }
-        ! cmp -s "$box/without" "$box/with" # it would have changed something
+        ! cmp -s "$box/without" "$box/with" # otherwise the description changes nothing
     done
 }

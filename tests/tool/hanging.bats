@@ -41,7 +41,7 @@ static int fails(const char *call, const char *path)
     return 1;
 }
 #define NEXT(function) __typeof__(function) *next = dlsym(RTLD_NEXT, #function)
-/* Before the file is opened with one of the flags: a command, once, or a sleep without end. */
+/* Runs a command once, or sleeps without end, before the file is opened with one of the flags. */
 static void meddle(const char *path, int flags)
 {
     const char *file = getenv("FAILING_FILE"), *wanted = getenv("MEDDLING_FLAGS");
@@ -56,7 +56,7 @@ static void meddle(const char *path, int flags)
         system(command);
     }
 }
-/* A clock that runs so many times as fast, and nobody who waits notices. */
+/* Lets the clock run so many times as fast; programs that wait do not notice. */
 static int haste(void) { return getenv("HASTE") ? atoi(getenv("HASTE")) : 1; }
 int clock_gettime(clockid_t clock, struct timespec *time)
 {
@@ -128,7 +128,7 @@ int statx(int directory, const char *path, int flags, unsigned mask, struct stat
 END
 }
 
-# Runs the command while a file's calls fail, from one on and for so many of them.
+# Runs the command while so many calls for a file fail, from the given one on.
 failing()
 {
     local file=$1 call=$2 from=$3 count=$4
@@ -143,7 +143,7 @@ requires_failing()
     ! grep -q __asan_init "$PROGRAM" || skip "the address sanitizer wants to be loaded first"
 }
 
-# Puts something in a file's place that is no file, and sets how it is called.
+# Puts something else in a file's place, and sets "kind" to the command's words for it.
 replace()
 {
     rm -rf "$2"
@@ -159,7 +159,7 @@ replace()
     esac
 }
 
-# As expect, but within so few seconds that nobody has waited.
+# Does what "expect" does, but fails after a few seconds, in which no command can have waited.
 at_once()
 {
     local wanted=$1
@@ -217,7 +217,7 @@ at_once()
     for suffix in lock lock.rmlock; do
         for thing in fifo socket directory device loop behind-file huge; do
             rm -rf "$box/var"/*
-            [ $suffix = lock ] || touch -d '1 minute ago' "$custom.lock" # which then is to be removed
+            [ $suffix = lock ] || touch -d '1 minute ago' "$custom.lock" # so Qt wants to remove the old lock
             replace $thing "$custom.$suffix"
             for words in "set a b 1" "unset --group Video" "set a b 1 --dry-run"; do
                 printf '[Video]\noutput=vga\n' >"$custom"
@@ -319,7 +319,7 @@ until_announced()
     kill -KILL "$process"
     wait "$process" || true
     for ((i = 0; i < 100; ++i)); do
-        # One that is dead may stay listed where nobody waits for it.
+        # A dead process may stay listed if no process waits for it.
         grep -qsv ') Z ' "/proc/$child/stat" "/proc/$grandchild/stat" || return 0
         sleep 0.02
     done
@@ -446,7 +446,7 @@ sys.exit(subprocess.call(sys.argv[1:], restore_signals=False))' "$STBCONFIG" set
         [[ $output == *"stbconfig: $defaults: the change is saved, but cannot be read: Input/output error; "* ]]
         [ -z "$(cat "$custom")" ]
     done
-    # What is not saved is not said to be.
+    # The command does not say of an unsaved change that it is saved.
     printf '[a]\nb=1\n' >"$custom"
     for from in {1..60}; do
         failing "$defaults" stat $from 1000 unset a/b --dry-run
@@ -536,7 +536,7 @@ sys.exit(subprocess.call(sys.argv[1:], restore_signals=False))' "$STBCONFIG" set
     [[ $output == *"Not a directory"* ]]
 }
 
-# Runs the command while something else is done at the moment when it opens a file with a flag.
+# Runs the command, and something else at the moment when it opens a file with a flag.
 meddling()
 {
     local file=$1 flags=$2 meddled=$3
@@ -545,7 +545,7 @@ meddling()
         HASTE="${haste-1}" LD_PRELOAD="$BATS_FILE_TMPDIR/failing.so" "$STBCONFIG" "$@"
 }
 
-# As fcntl.h has them on Linux.
+# The flags have these numbers in fcntl.h on Linux.
 exclusive=$((0200)) no_terminal=$((0400)) any_flag=$((~0))
 
 @test "what takes a file's place between two looks is not waited for" {
@@ -601,7 +601,7 @@ exclusive=$((0200)) no_terminal=$((0400)) any_flag=$((~0))
     printf '[a]\nb=1\n' >"$custom"
     for number in 1 2 3; do
         run env FAILING_FORK=$number LD_PRELOAD="$BATS_FILE_TMPDIR/failing.so" "$STBCONFIG" set a b 2
-        # The child that reads is the second, and the one that writes is the third.
+        # The second child reads, and the third one writes.
         wanted=$([ "$number" = 2 ] && echo 3 || echo 4)
         [ "$status" = "$wanted" ] || { echo "$number: $status: $output"; return 1; }
         [[ $output == "stbconfig: "*"no process could be started: Resource temporarily unavailable; end some processes, or free some memory" ]]

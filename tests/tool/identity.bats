@@ -3,7 +3,7 @@
 
 load support
 
-# Ordinary users may have no access to the folder that we build in: they get a copy.
+# Ordinary users may have no access to the build folder, so they get a copy.
 setup_file()
 {
     cmake --install "$BUILD_DIR" --prefix "$BATS_FILE_TMPDIR/installed" >/dev/null
@@ -136,7 +136,7 @@ root_only()
 @test "a file that is swapped while the command runs gives its owner nothing" {
     given_to "$user"
     root_only
-    chmod 777 "$box/root.conf" # its directory is what protects it
+    chmod 777 "$box/root.conf" # only its directory protects it
     chmod 700 "$box/root"
     mv "$box/root.conf" "$box/root/file"
     setpriv --reuid "$user" --regid "$user" --clear-groups bash -c 'cd "$1/var" || exit
@@ -151,7 +151,7 @@ root_only()
     local swapper=$!
     while kill -0 "$swapper" 2>/dev/null; do
         for words in "get a b --default 1" list "set a b 2"; do
-            # A FIFO that comes between a look and the library's own may take the whole time.
+            # A FIFO that comes after the command's look, but before the library's, may take the whole time.
             run timeout 36 "$STBCONFIG" $words
             [[ $status == [034] && $output != *secret* ]] || { echo "$status: $output"; return 1; }
         done
@@ -250,7 +250,7 @@ root_only()
     expect 4 set a b 1 --persistent "$box/shared/var/"
     [[ $output == *"others than root can write in $box/shared; "*--as-root* ]]
     [ ! -e "$box/shared/var/custom.conf" ]
-    chmod 1777 "$box/shared" # now they cannot
+    chmod 1777 "$box/shared" # now others cannot exchange it
     expect 0 set a b 1 --persistent "$box/shared/var/"
 }
 
@@ -259,13 +259,13 @@ root_only()
     chown root "$box/var"
     chmod 1777 "$box/var"
     printf '[a]\nb=1\n' >"$custom"
-    expect 0 set a c 1 # nobody can exchange root's own file
+    expect 0 set a c 1 # others cannot exchange root's own file
     chown "$user" "$custom"
     expect 4 set a b 2
     grep -qx b=1 "$custom"
 }
 
-# Waits until the user has so many processes.
+# Waits until the user has this many processes.
 until_processes()
 {
     for ((i = 0; i < 200; ++i)); do
@@ -278,7 +278,7 @@ until_processes()
 
 @test "no process outlives the command, whose process has become another user" {
     given_to "$user"
-    : >"$custom.lock" # so that it waits
+    : >"$custom.lock" # so that the command waits
     "$STBCONFIG" set a b 1 2>/dev/null 3>&- &
     local process=$!
     until_processes 2
@@ -327,7 +327,7 @@ until_processes()
         [ "$status" = 4 ]
         [[ $output == *"custom.conf.lock: not saved: an old lock of root, which cannot be removed, holds every write; remove it" ]]
     done
-    chown 65534 "$custom.lock" # which that user may remove
+    chown 65534 "$custom.lock" # now that user may remove it
     as 65534 set a b 1
     [ "$status" = 0 ]
 }
@@ -373,7 +373,7 @@ until_processes()
     [ "$output" = "stbconfig: $custom: not saved: its group 4343 would change; give it a group of the user who writes it" ]
     chown "$user:4343" "$box/var"
     as "$user" set a b 2
-    [ "$status" = 4 ] # the directory gives its group to what is made in it only if it has the bit
+    [ "$status" = 4 ] # new files take the directory's group only if it has the bit g+s
     chmod g+s "$box/var"
     as "$user" set a b 2
     [ "$status:$output:$(stat -c %g "$custom")" = 0::4343 ]
@@ -395,7 +395,7 @@ until_processes()
     [ "$output" = "stbconfig: $custom.lock: not saved: process 1 with a time stamp in the future holds every write; remove it" ]
 }
 
-@test "who owns a sticky directory can remove another user's old lock there" {
+@test "the owner of a sticky directory can remove another user's old lock there" {
     given_to 65534
     chmod 1777 "$box/var"
     : >"$custom.lock"

@@ -8,8 +8,8 @@ setup_file()
     ! /usr/bin/python3 -c 'import jsonschema' 2>/dev/null || export HAS_VALIDATOR=1
 }
 
-# Given a schema's name, a status and a command's words, runs the command and keeps its output, which
-# the end of the test holds against the schema: to start a validator for each would take a minute.
+# Given a schema's name, a status and a command's words, runs the command and keeps its output. The end of
+# the test checks all outputs with the schemas, because it takes a minute to start a validator for each.
 holds()
 {
     [ -n "$HAS_VALIDATOR" ] || skip "no python3-jsonschema here"
@@ -27,7 +27,7 @@ teardown()
     [ ! -e "$box/outputs" ] || "$BATS_TEST_DIRNAME/validate.py" "$box/outputs"/*
 }
 
-# Holds a Python expression over d against the last output.
+# Expects that a Python expression over d is true, where d is the last output.
 says()
 {
     /usr/bin/python3 -c "import json, sys; d = json.loads(sys.argv[1]); assert $1, d" "$output"
@@ -114,7 +114,7 @@ says()
     holds diff 1 diff
     holds check 0 check
     holds get 0 get $'\u202eG\u009b' k
-    sed -i '/^[af]=/d' "$custom" # which Qt 6 cannot write again
+    sed -i '/^[af]=/d' "$custom" # Qt 6 cannot write these again
     holds set 0 set $'\u202eG\u009b' k $'\u202e'
     holds unset 0 unset $'\u202eG\u009b' k
 }
@@ -305,7 +305,7 @@ says()
     says "d[3]['problem'] and not d[3]['readable']"
 }
 
-# Holds the findings, and keeps their names.
+# Checks the findings, and keeps their names.
 found()
 {
     holds check "$@" check
@@ -334,16 +334,16 @@ found()
         chown 65534 "$custom"
         found 1
     else
-        echo foreign-owner >>"$box/found" # cannot be made here
+        echo foreign-owner >>"$box/found" # only root can make such a file
     fi
-    [ "$QT_MAJOR" = 5 ] || echo non-ascii >>"$box/found" # is nothing to be warned of
+    [ "$QT_MAJOR" = 5 ] || echo non-ascii >>"$box/found" # Qt 6 has no such finding
     printf '{"settings": {"A/n": {"type": "int", "was": ["A/o"]}, "B/n": {"was": ["B/o"]}}}' >"$box/etc/stbapp.schema.json"
     printf '[A]\nn=x\no=1\nm=1\n[B]\no=1\n' >"$custom"
     found 1
     echo '{' >"$box/etc/stbapp.schema.json"
     found 3
     rm "$box/etc/stbapp.schema.json"
-    # As the command itself lists them.
+    # The sources of the command list the same findings.
     diff <(sed -n 's/^ *{"\(.*\)", Severity::.*/\1/p' "$BATS_TEST_DIRNAME/../../tools/stbconfig/check/finding.cpp" | sort) \
         <(sort -u "$box/found")
 }

@@ -3,7 +3,7 @@
 
 load support
 
-# What the command says, to the last word: elsewhere the tests look at the part that they are about.
+# These tests compare every word of a message; the others look only at the part that concerns them.
 
 # Reads lines of a status, a "|", a command's words, a "|" and what the command then says; "@" stands
 # for the directory of the test.
@@ -16,7 +16,7 @@ says()
     done
 }
 
-# The names and the texts that the command itself declares, a word a line. How they are laid out, and
+# Prints the names and the texts that the command itself declares, one word in a line. Their layout, and
 # what stands between them, differs between the versions of CLI11.
 words_of_help()
 {
@@ -242,7 +242,7 @@ removed  Video/output  was scart
 END
 }
 
-# Compares what check finds, but for Qt 6 what only Qt 5 finds.
+# Compares what "check" finds. With Qt 6, leaves out what only Qt 5 finds.
 finds()
 {
     local wanted=$1

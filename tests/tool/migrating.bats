@@ -27,7 +27,7 @@ JSON
     cp -p "$custom" "$box/before"
 }
 
-# Expects that no file has changed, nor been replaced.
+# Expects that the custom file has not changed and has not been replaced.
 untouched()
 {
     cmp "$box/before" "$custom" && [ "$(stat -c %i "$custom")" = "$inode" ]
@@ -54,7 +54,7 @@ gives()
     sed -i /level/d "$custom"
     expect 0 migrate
     [ "$output" = "migrated  Audio/volume  Sound/volume  7" ]
-    # Also if its value cannot be taken over.
+    # The newest name counts even if its value cannot be taken over.
     gives '[Sound]\nlevel=101\nvolume=7\n' 1 "stbconfig: Sound/level: not migrated: 101, as Audio/volume, is above the maximum, 100; map it in $schema, or set Audio/volume"
     [ "$("$STBCONFIG" list --keys --from custom)" = $'Sound/level\nSound/volume' ]
 }
@@ -205,7 +205,7 @@ colour='@Variant(\\0\\0\\0\\x43\\x1\\xff\\xff\\0\\0\\0\\0\\0\\0\\0\\0)'
     expect 4 migrate
     [[ $output == "stbconfig: $custom: not saved: it holds a value of a type that only the application can write; "* ]]
     cmp "$box/before" "$custom"
-    # A prune takes it away, but not from where it stays.
+    # A prune can remove such a value, but not write a file that keeps one.
     sed -i '1i [Audio]\nvolume=1' "$custom"
     expect 1 migrate --prune
     [ "$(cat "$custom")" = $'[Audio]\nvolume=1\n\n[Sound]\noff=1' ]
@@ -318,7 +318,7 @@ JSON
     [ "$(cat "$custom")" = $'[Sound]\nvolume=7' ]
 }
 
-@test "keep means exactly the setting, and a pattern none that it names" {
+@test "a description keeps exactly the setting that it names, even if the name looks like a pattern" {
     renamed
     echo '{"settings": {"a*": {"keep": true}, "A": {"keep": true}}}' >"$schema"
     printf 'A=1\na%%2A=1\nabc=1\n[A]\nb=1\n' >"$custom"

@@ -3,7 +3,7 @@
 
 load support
 
-# Runs the command on another box, and prints what it prints.
+# Runs the command on another box.
 there()
 {
     mkdir -p "$box/there/var" "$box/there/etc"
@@ -11,7 +11,7 @@ there()
         "$STBCONFIG" "$@"
 }
 
-# Has settings of all kinds in the custom file, and what leaves them as they are beside it.
+# Writes settings of all kinds to the custom file, and makes a storage, and keeps a copy of each file.
 filled()
 {
     printf '[General]\nloose=1\n\n[Network]\nssid=home\n\n[User]\nname=me\npassword=canary\n\n[Video]\noutput=scart\n' >"$custom"
@@ -261,7 +261,7 @@ until_empty()
     printf 'x\n' >"$box/malformed"
     expect 3 import "$box/malformed"
     [ -z "$(ls -A "$TMPDIR")" ]
-    # Many settings, so that there is time to look and to kill.
+    # Many settings give the test time to look and to kill.
     { echo '[a]'; seq -f 'k%g=1' 20000; } >"$box/many"
     for signal in KILL TERM INT; do
         "$STBCONFIG" import --dry-run "$box/many" >/dev/null 2>&1 3>&- &
@@ -434,7 +434,7 @@ kept   Network/ssid   home from CustomConfPersistent" ] || { echo "$output"; ret
 }
 
 
-# Expects of each of the commands that move settings what ends_with_4 expects.
+# Does what ends_with_4 does for each of the commands that move settings.
 each_ends_with_4()
 {
     printf '[new]\nx=1\n' >"$box/given"
@@ -535,7 +535,7 @@ each_ends_with_4()
         untouched
     done
     requires_namespaces
-    # Room for the directory, and not for a file.
+    # There is room for the directory, but not for a file.
     run unshare -m sh -c 'mkdir "$1/tmp"; mount -t tmpfs -o nr_inodes=2 none "$1/tmp"; TMPDIR=$1/tmp exec "$2" import "$1/given"' - \
         "$box" "$STBCONFIG"
     [ "$status" = 3 ]

@@ -37,7 +37,7 @@ for entry in json.load(sys.stdin):
             if cmp -s "$box/before" "$custom"; then
                 [[ $status = 3 || $status = 4 ]] || { echo "$what $which: $status $output"; return 1; }
             else
-                # The look back at the disk has failed, or nothing was left to fail.
+                # Either the read after the write has failed, or no read was left to fail.
                 grep -qx changed=1 "$custom" && grep -qx last=1 "$custom" && grep -qx b=1 "$custom"
                 [[ $status = 4 || $status = 0 ]]
             fi
@@ -46,7 +46,7 @@ for entry in json.load(sys.stdin):
     done
 }
 
-@test "a read that fails for good is no empty file" {
+@test "a read that fails for good does not count as an empty file" {
     holding '[a]' b=1
     with_failing_calls "read:/custom.conf:EIO:all" set c changed 1
     [[ $status = 3 && $output == *"custom.conf: "* ]]
@@ -124,7 +124,7 @@ for entry in json.load(sys.stdin):
 }
 
 @test "a write that is cut off after some of the bytes ends with the old ones" {
-    # Qt does not look at what becomes of the last 16 kB.
+    # Qt does not check whether it could write the last 16 kB.
     for what in ENOSPC EDQUOT; do
         holding '; mine' '[a]' b=1 "long=$(head -c 9000 /dev/zero | tr '\0' x)"
         with_failing_calls "write:NEW:short:1 write:NEW:$what:2" set a changed 1
@@ -134,7 +134,7 @@ for entry in json.load(sys.stdin):
 }
 
 @test "a write that is cut off at a block's end, behind a line, ends with the old bytes" {
-    # Lines of 16 bytes: the half of the file that is written ends with a line and is one block.
+    # The lines have 16 bytes, so the half of the file that is written ends with a line and is one block.
     holding '[aaaaaaaaaaaaa]' $(seq -f 'key%03.f=12345678' 1 63)
     with_failing_calls "write:NEW:short:1 write:NEW:ENOSPC:2" set aaaaaaaaaaaaa key063 87654321
     [ "$status" = 4 ]
@@ -162,7 +162,7 @@ for entry in json.load(sys.stdin):
 }
 
 @test "a half of a file is not taken for all of it" {
-    # Qt and this command read it in turn: one of these is the last look before the write.
+    # Qt and the command take turns to read the file; one of these reads is the last look before the write.
     for which in 1 2 3 4 5 6 7 8; do
         holding '[a]' b=1 '[z]' last=1
         with_failing_calls "read:/custom.conf:end:$which" set c changed 1
@@ -229,7 +229,7 @@ for entry in json.load(sys.stdin):
     done
 }
 
-@test "writers at the same time lose nothing that one was told is there" {
+@test "writers at the same time lose no change that was confirmed" {
     holding '[a]' b=1
     for i in 1 2 3 4 5 6; do
         { "$STBCONFIG" set c "key$i" "$i" 2>/dev/null && touch "$box/done$i"; true; } 3>&- &
@@ -373,7 +373,7 @@ def listed():
     done = subprocess.run([command, "list", "--from", "custom", "--json", "--show-secrets"], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
     if done.returncode not in (0, 1): return None
     result = {}
-    # What has "//" in its name or a "/" at an end has no value that one could ask for.
+    # Nobody can ask for the value of a name with "//" in it or a "/" at an end.
     for entry in json.loads(done.stdout or "[]"):
         name = entry["group"] + "/" + entry["key"] if "group" in entry else entry["setting"]
         name = name[1:] if "group" in entry and not entry["group"] else name
@@ -429,7 +429,7 @@ EOF
     cmp "$box/before" "$custom"
 }
 
-@test "an answer that does not come whole from a child is none" {
+@test "an answer that does not come whole from a child is not used" {
     holding '[a]' b=1
     with_failing_calls write:]:EIO:1 get a b
     [ "$status" = 3 ]
@@ -441,7 +441,7 @@ EOF
     cmp "$box/before" "$custom"
 }
 
-@test "a process whose variables cannot be read has none" {
+@test "a process whose variables cannot be read is refused" {
     [ -z "$EMULATOR" ] || skip "the emulator's process has its own environment"
     while read -r error message; do
         with_failing_calls "read:/environ:$error:all" --pid $$ get Video output --default 1
@@ -455,7 +455,7 @@ ESRCH no such process; give the number of a running one
 END
 }
 
-@test "an error of a read is named with what to do" {
+@test "a message names the error of a read and says what to do" {
     while IFS='|' read -r error message; do
         holding '[a]' b=1
         with_failing_calls "read:/custom.conf:$error:all" get a b
@@ -468,7 +468,7 @@ EACCES|Permission denied; check the permissions, or work as the application's us
 END
 }
 
-@test "a file system that cannot flush a directory is none that fails" {
+@test "a file system that cannot flush directories is no failure" {
     holding '[a]' b=1
     with_failing_calls fsync:/var:EINVAL:all set c changed 1
     [ "$status:$output" = 0: ]
@@ -495,7 +495,7 @@ END
 @test "a slow write waits for nobody and announces nothing" {
     holding '[a]' b=1
     export FAULTS_RUN='sleep 0.6'
-    for call in write:NEW:run:1 fsync:/custom.conf:run:1; do # with its own lock, and without any
+    for call in write:NEW:run:1 fsync:/custom.conf:run:1; do # while it holds its lock, and afterwards
         with_failing_calls $call set c changed $call
         [ "$status:$output" = 0: ] || { echo "$call: $output"; return 1; }
     done

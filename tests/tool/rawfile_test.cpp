@@ -76,7 +76,7 @@ TEST(RawFile, TakesLinesApartAsTheLibraryDoes)
     std::mt19937 random(20240229); // NOLINT(cert-msc51-cpp): the same texts each time
     for (int round = 0; round < 4000; ++round) {
         const QByteArray text = randomText(random);
-        // A file of its own each time, since the library remembers those that it has read.
+        // Each round has a file of its own, because Qt remembers the files that it has read.
         const QString path = directory.filePath(QString::number(round));
         QFile file(path);
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));

@@ -7,7 +7,7 @@ load support
 evil=$'a\e[31m\u202e\u2066\u200f\u200b\u2028\u2029\u0085\x7f\ue000\U000e0041\u0378z'
 evil_shown='a\x1b[31m\u202e\u2066\u200f\u200b\u2028\u2029\x85\x7f\ue000\U000e0041\u0378z'
 
-# Expects that standard input holds nothing that a terminal obeys, but colours of ours.
+# Expects that standard input holds nothing that a terminal obeys, except the command's own colours.
 harmless()
 {
     python3 -c '

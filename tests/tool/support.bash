@@ -15,7 +15,7 @@ setup()
     [ -z "${PROFILES-}" ] || profile
 }
 
-# Has the command count what it runs, for each test apart. Its children may be other users by then.
+# Lets the command count what it runs, in a file for each test, which its children can write as other users.
 profile()
 {
     export LLVM_PROFILE_FILE=$PROFILES/${BATS_TEST_FILENAME##*/}.$BATS_TEST_NUMBER.%m%c
@@ -27,7 +27,7 @@ requires_namespaces()
     unshare -m true 2>/dev/null || skip "no mount namespaces here; run as root"
 }
 
-# Writes a file with a value so deep that the stack of whoever unpacks it overflows.
+# Writes a file with a value so deep that the stack of a process that unpacks it overflows.
 nested()
 {
     {
@@ -76,7 +76,7 @@ ends_with_4()
     [ "$status" = 4 ] && [[ $output == *"$message"*"as it was"* ]] || { echo "$*: $status: $output"; return 1; }
 }
 
-# Describes settings, each as JSON has it.
+# Writes a description of these settings, each given as a member in JSON.
 described()
 {
     local IFS=,
@@ -92,7 +92,7 @@ expect()
     [ "$status" = "$wanted" ] || { echo "status $status, output: $output"; return 1; }
 }
 
-# Three boxes, of which this is the first; ssh to one is a command in its place, and to another one fails.
+# Makes three boxes, of which this is the first. "ssh" runs a command on one of them, and fails for any other.
 fleet()
 {
     mkdir "$box/bin" "$box/here"

@@ -8,7 +8,7 @@ load support
 
 page=$BATS_TEST_DIRNAME/../../docs/upgrades.md
 
-# The image of a version: its defaults, and the description that the page has for the third one.
+# Makes the image of a version: its defaults, and for the third one the description of the page.
 firmware()
 {
     printf '[Video]\noutput=%s\n' "${2-hdmi}" >"$defaults"

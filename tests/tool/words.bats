@@ -13,7 +13,7 @@ gives()
     cmp "$box/wanted" "$box/given" || { printf 'not %q\n' "$wanted"; od -c "$box/given" | head; return 1; }
 }
 
-# Qt 6 cannot read it back.
+# Tells whether the command refuses the value: Qt 6 cannot read U+FEFF back.
 is_refused() { [[ $QT_MAJOR -gt 5 && $1 == *$'\ufeff'* ]]; }
 
 hostile=('[1080,720]' '[::1]' '[]' '[' ']' '[a' '++' '+' '-' '---' -5 -0 -1.5 -1e5 '' ' ' ' a ' $'\ta' $'a\nb' $'a\n' $'\n' $'\r\n'

@@ -116,7 +116,7 @@ END
     done
 }
 
-# Given what stands in the lock and how it is called, sees the announcement while set still waits.
+# Given what stands in the lock and the words for it, expects the announcement while "set" still waits.
 announces()
 {
     printf '%b' "$1" >"$custom.lock"
@@ -224,7 +224,7 @@ b=1" >"$1/var/custom.conf" && head -c $(((15 - $3) * 4096)) /dev/zero >"$1/var/f
     [ ! -e "$custom.lock" ]
 }
 
-@test "a limit that leaves room enough is none" {
+@test "a limit of the file size that leaves enough room holds no write" {
     printf '[a]\nb=1\n' >"$custom"
     run sh -c 'ulimit -f 1000 && exec "$@"' sh "$STBCONFIG" set a b "$(printf %2000s x)"
     [ "$status" = 0 ]
@@ -259,7 +259,7 @@ b=1" >"$1/var/custom.conf" && head -c $(((15 - $3) * 4096)) /dev/zero >"$1/var/f
         [[ $words == *epg ]] && mv "$custom" "$box/var/epg.db"
         expect 3 $words
         [[ ${lines[-1]} == "stbconfig: $box/var/"*": would crash every program that reads it; "* ]]
-        # The address sanitizer and the emulator tell of each crash.
+        # The address sanitizer and the emulator report each crash on standard error.
         [ "${#lines[@]}" = 1 ] || [ "$EMULATOR" ] || grep -q __asan_init "$PROGRAM"
     done
     cmp "$box/before" "$box/var/epg.db"
@@ -286,7 +286,7 @@ b=1" >"$1/var/custom.conf" && head -c $(((15 - $3) * 4096)) /dev/zero >"$1/var/f
 
 @test "a write that fails where nothing was seen before is noticed by reading back" {
     requires_namespaces
-    # One inode for the directory and one for the file, none for the file that would replace it.
+    # There is an inode for the directory and one for the file, but none for the new file.
     run unshare -m sh -c 'mount -t tmpfs -o nr_inodes=2 none "$1/var" && echo "[a]
 b=1" >"$1/var/custom.conf" && "$2" set a b 2; s=$?; cat "$1/var/custom.conf"; exit $s' \
         sh "$box" "$STBCONFIG"
@@ -297,7 +297,7 @@ b=1" >"$1/var/custom.conf" && "$2" set a b 2; s=$?; cat "$1/var/custom.conf"; ex
 @test "a change is proved without /proc too" {
     requires_namespaces
     ! grep -q __asan_init "$PROGRAM" || skip "the address sanitizer itself needs /proc"
-    for value in scart vga; do # a new file, and one that is there
+    for value in scart vga; do # the first write makes the file
         run unshare -m sh -c 'mount -t tmpfs none /proc && "$1" set Video output "$2"' - "$STBCONFIG" $value
         [ "$status" = 0 ]
         grep -qx output=$value "$custom"
@@ -368,7 +368,7 @@ in_room()
 
 @test "--force writes where only the estimate was too large" {
     requires_namespaces
-    # Binary data is reckoned at its largest.
+    # The estimate takes the largest form that binary data can have.
     printf '[a]\nb=@ByteArray(%s)\n' "$(head -c 3000 /dev/zero | tr '\0' x)" >"$box/file"
     in_room 8 5 set a c 2
     [[ $status = 4 && $output == *"add --force"* ]] || { echo "$output"; return 1; }

@@ -1,14 +1,15 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 //
-// A flush that fails is not told by QSettings.
+// QSettings does not tell that a flush has failed.
 //
 //   g++ -fPIC failedflush.cpp $(pkg-config --cflags --libs Qt5Core) -o failedflush && ./failedflush
 //
 // Expected: status() is AccessError, and the old file stays.
-// Happens (Qt 5.15.8, 6.4.2): status() is NoError, and a file takes the old one's place whose bytes
-// are perhaps not on the disk. QSaveFile::commit() ignores what QAbstractFileEngine::syncToDisk()
-// returns, since some file systems do not support it; EIO is another matter.
+// Happens (Qt 5.15.8, 6.4.2): status() is NoError, and a file takes the old one's place although its
+// bytes are perhaps not on the disk. QSaveFile::commit() ignores what
+// QAbstractFileEngine::syncToDisk() returns, because some file systems do not support it. But EIO
+// does not say that.
 //
 // Ends with 1 while that happens, with 0 if it does not, with 2 if it could not be tried.
 

@@ -7,8 +7,8 @@
 //
 // Expected: status() is AccessError, and sync() leaves the file as it is.
 // Happens (Qt 5.15.8, 6.4.2): status() is NoError, the settings are empty, and sync() leaves nothing
-// but the entry that was set. QConfFileSettingsPrivate::syncConfFile() takes what readAll() returns,
-// and QFile::error() is not asked.
+// but the entry that was set. QConfFileSettingsPrivate::syncConfFile() takes what readAll()
+// returns, and does not ask QFile::error().
 //
 // Ends with 1 while that happens, with 0 if it does not, with 2 if it could not be tried.
 

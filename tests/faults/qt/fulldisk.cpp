@@ -1,13 +1,13 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 //
-// A disk that has room for the lock and none for the file makes QSettings leave an empty file.
+// If a disk has room for the lock, but not for the file, QSettings leaves an empty file.
 //
 //   g++ -fPIC fulldisk.cpp $(pkg-config --cflags --libs Qt5Core) -o fulldisk && ./fulldisk
 //
 // Expected: status() is AccessError, and the old file stays.
 // Happens (Qt 5.15.8, 6.4.2): status() is NoError, and the file is empty. What QSettings writes stays
-// in the buffer of QSaveFile until QSaveFile::commit() closes it; that a write fails there does not
+// in the buffer of QSaveFile until QSaveFile::commit() closes it; a write that fails there does not
 // set QSaveFile's own writeError, so the empty file takes the old one's place.
 //
 // Ends with 1 while that happens, with 0 if it does not, with 2 if it could not be tried.
@@ -22,7 +22,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-static int roomFor = -1; // so many writes until the disk is full; -1 is a disk without end
+static int roomFor = -1; // how many writes fit; -1 for a disk without end
 
 // Stands in the place of the C library's function.
 extern "C" ssize_t write(int descriptor, const void *bytes, size_t size)
