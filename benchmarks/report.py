@@ -69,12 +69,12 @@ class Programs:
         return int(re.search(r"Collected : (\d+)", said)[1]) / times
 
     def allocations(self, question, argument, side):
-        """Allocations and bytes still held, for each time the thing is done."""
+        """Returns the allocations, and the bytes still held, for each time the thing is done."""
         count, held = output(self.measure, question, argument, side).split()
         return float(count), float(held)
 
     def medians(self):
-        """Nanoseconds by "question/case/system", of runs that are interleaved with each other."""
+        """Returns the nanoseconds by "question/case/system", from runs that are interleaved."""
         said = output(self.times, "--benchmark_format=json", "--benchmark_repetitions=9",
                       "--benchmark_min_time=0.02", "--benchmark_enable_random_interleaving=true",
                       "--benchmark_report_aggregates_only=true")
@@ -86,7 +86,7 @@ class Programs:
                 if run["aggregate_name"] == "median"}
 
     def system_calls(self, system):
-        """How often a system syncs and renames to persist one value."""
+        """Counts how often a system syncs and renames to persist one value."""
         with tempfile.NamedTemporaryFile() as trace:
             output("strace", "-f", "-o", trace.name, "-e",
                    "trace=fsync,fdatasync,rename,renameat,renameat2,openat", self.measure,
@@ -112,18 +112,18 @@ class Programs:
         return gets
 
     def get_instructions(self):
-        """From the start until the answer is there, of the command and of the bare program."""
+        """Counts the instructions of the command and of the bare program, from the start to the answer."""
         counts = []
         with tempfile.TemporaryDirectory() as folder:
             for words in self.gets(pathlib.Path(folder)).values():
                 said = output("valgrind", "--tool=callgrind", f"--callgrind-out-file={folder}/out.%p",
                               *words)
-                # A child's count goes on from its parent's, who only waits for it.
+                # A child's count goes on from the count of its parent, which only waits for it.
                 counts.append(max(map(int, re.findall(r"Collected : (\d+)", said))))
         return counts
 
     def get_times(self):
-        """The median microseconds of the command and of the bare program, run by turns."""
+        """Returns the median microseconds of the command and of the bare program, which run by turns."""
         taken = []
         with tempfile.TemporaryDirectory() as folder:
             gets = [list(map(str, words)) for words in self.gets(pathlib.Path(folder)).values()]
@@ -140,7 +140,7 @@ class Programs:
 
 
 def versions():
-    """What the counts depend on."""
+    """Returns what the counts depend on."""
     def first_line(*command):
         return output(*command).splitlines()[0]
     return [first_line("c++", "--version"),
@@ -149,7 +149,7 @@ def versions():
 
 
 def surroundings():
-    """What else the times depend on: the processor and the versions of the others."""
+    """Returns what else the times depend on: the processor and the versions of the other systems."""
     model = re.search(r"model name\s*: (.*)", pathlib.Path("/proc/cpuinfo").read_text())
     packages = ("libkf5configcore5", "libpocoutil80", "libglib2.0-0", "libboost-dev")
     found = subprocess.run(["dpkg-query", "--show", "--showformat=${Package} ${Version}\n", *packages],
@@ -176,7 +176,7 @@ def accept(programs):
 
 
 def check_get(programs):
-    """Whether the command is as near to a bare program as it should be."""
+    """Tells whether the command costs little more than a bare program, as it should."""
     ours, bare = programs.get_instructions()
     is_met = ours <= GET_INSTRUCTION_TARGET * bare
     print(f"{'same' if is_met else 'SLOW':6} {'stbconfig get':20} {ours:12.0f} instructions, "
@@ -224,7 +224,7 @@ def stripped_size(program):
 
 
 def sizes(build, small):
-    """Rows of the stripped size and the relocations of both builds."""
+    """Returns the rows of the stripped size and the relocations of both builds."""
     rows = []
     for name, folder, limit in (("-O2", build, 75_000), ("-Os", small, 52_000)):
         library = folder / "stbconfig" / "libstbconfig.so"

@@ -103,7 +103,7 @@ NOTHING = Fault("call", 0, "EIO", "once")
 
 @dataclasses.dataclass
 class Run:
-    """What came of one run."""
+    """The result of one run."""
     status: int
     output: str
     complaint: str
@@ -135,7 +135,7 @@ def box_of(directory, subject):
 
 
 def state_of(file):
-    """The content and the owner, as far as they can be told."""
+    """Returns the content, and the mode and owner; None for each if there is no file."""
     try:
         status = file.stat()
         return file.read_bytes(), (status.st_mode & 0o7777, status.st_uid, status.st_gid)
@@ -144,7 +144,7 @@ def state_of(file):
 
 
 def processes_left(group):
-    """Takes what a command's processes left of themselves; whether one is still there in the end."""
+    """Waits for a command's processes to end. Tells whether one had to be killed."""
     end = time.monotonic() + 3
     while True:
         try:
@@ -158,7 +158,7 @@ def processes_left(group):
 
 
 class Box:
-    """Where the runs are made."""
+    """The place of the runs."""
 
     def __init__(self, options):
         self.options = options
@@ -226,7 +226,7 @@ class Box:
 
 
 def file_after(subject, run, wanted):
-    """Which file there is now: the old one, the new one, or what nobody wanted."""
+    """Says which file there is now: the old one, the new one, or one that nobody wanted."""
     if run.content == wanted.content:
         is_kept = run.owner == wanted.owner
         return "new" if is_kept else "new, its owner or mode lost"
@@ -236,7 +236,7 @@ def file_after(subject, run, wanted):
 
 
 def told_by_command(run):
-    """What the person at the terminal knows."""
+    """Says what the person at the terminal knows."""
     if run.status < 0:
         return f"died: {signal.Signals(-run.status).name}"
     for said in ("not saved", "owner could not be kept", "written, but", "holds this already, but",
@@ -247,7 +247,7 @@ def told_by_command(run):
 
 
 def told_by_application(run):
-    """What the application knows, in the words of docs/reliability.md."""
+    """Says what the application knows, in the words of docs/reliability.md."""
     if run.status != 0:
         return f"died: {run.status}"
     answers = [json.loads(line)[0] for line in run.output.splitlines()]
@@ -256,8 +256,8 @@ def told_by_application(run):
 
 
 def is_fault_of_command(kind, file, told):
-    """Whether it says another thing than what is true, or leaves what nobody wanted."""
-    # Qt crashes where it lacks memory for its first object.
+    """Tells whether the command says something untrue, or leaves a file that nobody wanted."""
+    # Qt crashes if it lacks memory for its first object.
     if kind == "allocation" and told == "died: SIGSEGV":
         return file != "old"
     if told == "4, not known whether":
@@ -287,7 +287,7 @@ LOSSES = (
 
 
 def row_of_loss(file, told, call):
-    """The test of the row; nothing for a loss that has none."""
+    """Returns the test of the row; None for a loss that has none."""
     if file == "new":
         return "-"
     for known_file, known_told, known_call, test in LOSSES:
@@ -297,7 +297,7 @@ def row_of_loss(file, told, call):
 
 
 class Verdicts:
-    """The table."""
+    """The table of all verdicts."""
 
     HEADS = ("", "subject", "fails", "file", "told by", "left", "clock", "runs", "first")
 
@@ -346,7 +346,7 @@ class Verdicts:
 
 
 def seed():
-    """Another one for each commit."""
+    """Returns a seed that is another one for each commit."""
     given = os.environ.get("STBCONFIG_FAULTS_SEED")
     if given:
         return given
@@ -360,7 +360,7 @@ WRITING = re.compile(r"(write|fsync|fdatasync|linkat|rename|unlink|fchmod|fchown
 
 
 def faults_of(subject, wanted, allocations, chance):
-    """Which calls and which allocations are to fail: all, or those of the short form."""
+    """Returns the calls and allocations that are to fail: all, or those of the short form."""
     calls = [Fault("call", number, error, span) for number in range(1, wanted.counted + 2)
              for error in ERRORS for span in SPANS]
     memory = [Fault("allocation", number, "ENOMEM", span)
@@ -380,7 +380,7 @@ def judge(box, out):
     table = Verdicts()
     chance = random.Random(seed())
     total = 0
-    # Many of them wait most of the time.
+    # There are more runs than processors, because many runs wait most of the time.
     with concurrent.futures.ThreadPoolExecutor(8 * (os.cpu_count() or 1)) as pool:
         for subject in SUBJECTS:
             if box.options.only not in (None, subject.name):

@@ -33,7 +33,7 @@ VERDICTS = ("old", "new", "mode", "empty", "torn")
 class Write:
     """A way to change the settings, and what a cut may leave, meanwhile and afterwards.
 
-    With words, an application is told them, otherwise the command gets the arguments."""
+    An application gets the words; without words, the command gets the arguments."""
 
     def __init__(self, title, *, words=None, arguments=None, old=OLD, new=(NEW,), strace=(),
                  meanwhile=("old", "new", "mode"), afterwards=("new",)):
@@ -67,7 +67,7 @@ WRITES = {
 
 
 class Unexpected(Exception):
-    """What is no finding, but must not be."""
+    """Something that is no finding, but must not happen."""
 
 
 def record(write, programs, place):
@@ -95,7 +95,7 @@ def record(write, programs, place):
 
 
 def mode_of(state):
-    """The mode of the settings' file in a state, if there is one."""
+    """Returns the mode of the settings' file in a state, if there is one."""
     for part in ("data", "custom.conf"):
         state = dict(state[1]).get(part)
         if state is None:
@@ -104,7 +104,7 @@ def mode_of(state):
 
 
 def left_over(state):
-    """What lies beside the settings' file: words for a lock and for copies."""
+    """Returns words for what lies beside the settings' file: a lock, and copies."""
     data = dict(state[1]).get("data", ("directory", ()))
     names = {name: content for name, content in data[1] if name != "custom.conf"}
     lock = names.pop("custom.conf.lock", None)

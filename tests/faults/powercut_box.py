@@ -25,12 +25,12 @@ class Programs:
         self.application, self.command, self.defaults = application, command, defaults
 
     def asked(self, prefix, *questions):
-        """The input of an application that opens the box and is asked."""
+        """Returns the input of an application that opens the box and then gets these words."""
         words = [["open", prefix, self.defaults], *questions]
         return "".join(json.dumps(line) + "\n" for line in words).encode()
 
     def ask(self, prefix, *questions):
-        """The answers of a fresh process."""
+        """Returns the answers of a fresh process."""
         ended = subprocess.run([self.application], input=self.asked(prefix, *questions),
                                stdout=subprocess.PIPE, check=True)
         return [json.loads(line)[0] for line in ended.stdout.splitlines()[1:]]
@@ -59,7 +59,7 @@ def flush(directory):
 
 
 def verdict(found, mode, old, news):
-    """What has become of the settings: old or one of the new ones, whole, or less than that."""
+    """Says what has become of the settings: the old or the new ones, whole, or less than that."""
     if found in news:
         return "new" if mode is None or mode == MODE else "mode"
     if found == old:

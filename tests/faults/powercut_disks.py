@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
-"""Cuts the power of real file systems while settings are written, and looks what is left.
+"""Cuts the power of real file systems while settings are written, and checks what is left.
 
 Each file system lies in a file, behind a loop device. ext4 and XFS can be told to stop as they are,
 without writing what they still have in memory; of Btrfs, the device is copied while all who write are
@@ -45,7 +45,7 @@ LONGEST_INTERVAL = 30
 
 
 class Missing(Exception):
-    """What cannot be tried here, and why."""
+    """Says what cannot be tried here, and why."""
 
 
 def run(*command):
@@ -85,7 +85,7 @@ class Disk:
         run("umount", "-l", self.top)
 
     def new_box(self):
-        """The prefix of a box with the old settings, all of it on the disk."""
+        """Makes a box with the old settings, all of it on the disk, and returns its prefix."""
         self.boxes += 1
         directory = os.path.join(self.top, f"box{self.boxes}")
         write_old(directory)
@@ -105,7 +105,7 @@ class Disk:
             os.close(descriptor)
 
     def stop(self):
-        """From here on nothing reaches the disk."""
+        """Lets nothing reach the disk from now on."""
         if self.kind == "btrfs":
             run("cp", "--sparse=always", self.image, self.image + ".cut")
             return
@@ -132,7 +132,7 @@ class Disk:
 
 
 class Counting(threading.Thread):
-    """Writes ever larger numbers, and knows which was tried and which is promised to remain."""
+    """Writes ever larger numbers. Knows the last one that was tried, and the last one that must remain."""
 
     def __init__(self, programs, prefix):
         super().__init__()
@@ -200,7 +200,7 @@ class CountingDurably(CountingLibrary):
 
 
 class CountingCommand(Counting):
-    """One command after the other."""
+    """Runs one command after the other."""
 
     def write(self, number):
         with subprocess.Popen([self.programs.command, "set", "Count", "n", str(number)],
@@ -217,15 +217,15 @@ class CountingCommand(Counting):
 
 
 def cut_while(counting, disk, programs, between):
-    """Cuts while somebody counts, between two writes or in the midst. Returns how many of the numbers
-    are missing, and a complaint."""
+    """Cuts the power while a process counts, between two writes or during one. Returns how many of the
+    numbers are missing, and a complaint."""
     prefix = disk.new_box()
     counter = counting(programs, prefix)
     counter.start()
     while not counter.tried > 2:
         time.sleep(0.001)
     time.sleep(random.uniform(0, 0.2))
-    between = between or disk.kind == "btrfs"  # a copy takes its time
+    between = between or disk.kind == "btrfs"  # to copy the image takes time
     if between:
         counter.may_write.acquire()
     promised, before = counter.promised, counter.tried
@@ -250,7 +250,7 @@ def cut_while(counting, disk, programs, between):
 
 
 def settings_after_cut(disk, programs, *, waits=0, flush_fails=False, first=False):
-    """What a cut leaves of a change that the library has written."""
+    """Returns what a cut leaves of a change that the library has written."""
     prefix = disk.new_box()
     old, new = (OLD, NEW) if not first else ({}, FIRST)
     if first:
@@ -268,7 +268,7 @@ def settings_after_cut(disk, programs, *, waits=0, flush_fails=False, first=Fals
 
 
 def left_of(prefix, programs, old, new):
-    """In words, what is left of the settings."""
+    """Says what is left of the settings."""
     file = prefix + "custom.conf"
     if not os.path.exists(file):
         return "old" if not old else "empty"
@@ -279,8 +279,8 @@ def left_of(prefix, programs, old, new):
 
 
 def refused_by_device(place, programs):
-    """What is left on XFS if the device itself refuses the data of the new file, as a thin device does
-    that has grown full, and what a change that shall be durable is told."""
+    """Returns what is left on XFS if the device itself refuses the data of the new file, as a full thin
+    device does, and what the application is told of a change that shall be durable."""
     store = os.path.join(place, "store")
     os.mkdir(store)
     run("mount", "-t", "tmpfs", "-o", "size=192m", "none", store)

@@ -5,10 +5,10 @@
 The model is weaker than any file system that is in use, so that it finds what one of them may do:
 
 - Nothing is sure to be on the disk that was not flushed, by fsync or fdatasync.
-- A file that was flushed is on the disk, the entry of a directory that leads to it is not: for that
+- A file that was flushed is on the disk, but the directory's entry that leads to it is not: for that
   the directory itself must be flushed. fdatasync leaves out the mode.
-- Of what was written and not flushed, each piece may be there, be missing, be cut in the middle, or
-  be zeros where the file has grown already.
+- Each piece that was written and not flushed may be there, be missing, be cut in the middle, or be
+  zeros where the file has grown already.
 - The entries of a directory reach the disk in any order: each name may lead to whatever it led to
   since the last flush. So a new name may be there before its data, and a rename may be half done.
 """
@@ -20,7 +20,7 @@ import stat
 
 
 class File:
-    """A file: all that its data and its mode have been since they were flushed, the last one last."""
+    """A file, with each data and each mode that it has had since the last flush, the latest one last."""
 
     def __init__(self, data=b"", mode=0o644):
         self.data, self.mode = data, mode
@@ -57,7 +57,7 @@ class File:
                         data = put(data, offset, piece)
                 result[data] = None
         if self.pieces:
-            result[bytes(len(self.data))] = None  # has grown, and no piece is there
+            result[bytes(len(self.data))] = None  # the file has grown, but no piece is there
         return list(result)
 
     def possible(self):
@@ -82,7 +82,7 @@ def zeros(piece):
 
 
 class Directory:
-    """A directory: all that each name has led to since it was flushed, the last one last."""
+    """A directory, with all that each name has led to since the last flush, the latest one last."""
 
     def __init__(self):
         self.entries = {}
@@ -97,7 +97,8 @@ class Directory:
         self.entries = {name: [past[-1]] for name, past in self.entries.items() if past[-1]}
 
     def possible(self):
-        """Each as ("directory", ((name, what it leads to), ...)), a name that leads nowhere left out."""
+        """Yields each state as ("directory", ((name, what it leads to), ...)), without names that lead
+        nowhere."""
         names = sorted(self.entries)
         for nodes in itertools.product(*(dict.fromkeys(self.entries[name]) for name in names)):
             present = [(name, node) for name, node in zip(names, nodes) if node]
@@ -114,7 +115,7 @@ class Directory:
 
 
 def read(path):
-    """What a directory holds, in the form of Directory.possible()."""
+    """Returns what a directory holds, in the form of Directory.possible()."""
     if os.path.isdir(path):
         return "directory", tuple((name, read(os.path.join(path, name)))
                                   for name in sorted(os.listdir(path)))
@@ -123,7 +124,7 @@ def read(path):
 
 
 def make(path, content):
-    """Makes a directory that holds it."""
+    """Makes a file or directory with this content."""
     if content[0] == "directory":
         os.mkdir(path)
         for name, inner in content[1]:
@@ -145,7 +146,7 @@ def node_of(content):
 
 
 class Unknown(Exception):
-    """A call on the files in question that the model does not know."""
+    """The model does not know a call that touches the files in question."""
 
 
 class Opened:
@@ -162,7 +163,7 @@ class Disk:
         self.root, self.umask = root, umask
         self.top = node_of(read(root))
         self.opened = {}  # by process and descriptor
-        self.forgotten = ()  # "file" or "directory": their flushes count for nothing
+        self.forgotten = ()  # "file" or "directory": the model ignores their flushes
 
     # Returns the directory that a path leads to, and the name in it; nothing for a path outside the root.
     def place(self, call, path):
@@ -376,7 +377,7 @@ class Disk:
     do_mkdirat = do_mkdir
 
     def cuts(self, calls):
-        """For each call that changes something, all that a cut after it may leave."""
+        """Yields all that a cut may leave after each call that changes something."""
         yield None, set(self.top.possible())
         for call in self.adopt(calls):
             if self.apply(call):

@@ -5,8 +5,8 @@
 import re
 import subprocess
 
-# "?": a call that a processor does not have is passed over. What changes files and is not understood
-# below must be here too, so that the recording fails instead of missing something.
+# strace skips a call with "?" on a processor that does not have it. Calls that change files, but are not
+# understood below, must be here, too, so that the recording fails instead of missing something.
 TRACED = (
     "?open,openat,?openat2,?creat,close,?close_range,?dup,?dup2,dup3,fcntl,"
     "read,lseek,write,pwrite64,writev,pwritev,pwritev2,truncate,ftruncate,fallocate,"
@@ -46,7 +46,7 @@ class Call:
 
 
 def calls(lines):
-    """The calls that succeeded, in the order in which they returned."""
+    """Yields the calls that succeeded, in the order in which they returned."""
     begun = {}
     for line in lines:
         process, text = line.rstrip("\n").split(None, 1)
@@ -54,7 +54,7 @@ def calls(lines):
             continue
         if text.endswith("<unfinished ...>"):
             begun[process] = text.removesuffix("<unfinished ...>")
-            yield Call(process, "begins", "", 0)  # the first sign of a child, perhaps
+            yield Call(process, "begins", "", 0)  # this may be the first sign of a child
             continue
         resumed = re.match(r"<\.\.\. \w+ resumed>", text)
         if resumed:

@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 """Usage: reliability_page.py SOURCE_DIR
 
-Holds docs/reliability.md against the tests: every row names tests that exist, every test of the
+Compares docs/reliability.md with the tests: every row names tests that exist, every test of the
 faults stands in a row, and every piece of code is in waysout.h word for word. The tests and the
 mutants that docs/losses.md names must exist, too.
 """
@@ -14,8 +14,8 @@ import sys
 
 
 def tests_in(folder):
-    """The names, as Suite.Test, that the sources in the folder define. The verdicts of nthfault.py
-    that no other test shows have names there."""
+    """Yields the names, as Suite.Test, that the sources in the folder define. nthfault.py names the
+    verdicts that no other test shows."""
     for source in folder.rglob("nthfault.py"):
         yield from re.findall(r'"(NthFault\.\w+)"', source.read_text())
     for source in folder.rglob("*_test.cpp"):
@@ -24,7 +24,7 @@ def tests_in(folder):
 
 
 def rows_of(page):
-    """Each row of the tables that have a column of tests, and the names in that column.
+    """Yields each row of the tables that have a column of tests, and the names in that column.
 
     A heading can give the suite of all names that have none."""
     suite = None

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
 
-# What is built for Qt 6 lies beside what is built for Qt 5, which is the reference.
+# The build for Qt 6 lies beside the build for Qt 5, which is the reference.
 set(PACKAGE_FOR_QT5 stbconfig)
 set(PACKAGE_FOR_QT6 stbconfig-qt6)
 set(QT_MAJORS 5)

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
 
-# The installed library is what cmake/hardened.cmake made of it.
+# The installed library has been hardened as cmake/hardened.cmake says.
 
 include("${CMAKE_CURRENT_LIST_DIR}/build.cmake")
 

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
 
-# A user who is neither root nor has sudo is told in one line which command to ask for.
+# A user who is not root and has no sudo gets one line, which names the command to ask for.
 
 set(programs "${WORK_DIR}/installpackages")
 file(REMOVE_RECURSE "${programs}")

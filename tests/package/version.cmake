@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
 
-# The version has one home, project(). Whatever repeats it, or is made from it, must agree.
+# The version is defined in project(). Every file that repeats it, or is made from it, must agree.
 
 include("${CMAKE_CURRENT_LIST_DIR}/build.cmake")
 

@@ -15,7 +15,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 SCHEMA = json.loads((ROOT / "tools/stbconfig/description/description.schema.json").read_text())
 CORPUS = ROOT / "tests/fuzz/corpus/description"
 
-# What a schema cannot say of a value that depends on others, and what the command then says.
+# A schema cannot express these rules, which compare one value with others; the command says so in these words.
 RULES = {
     "is above the maximum": "a default, or what an older value became, lies within the limits",
     "is below the minimum": "the same",
@@ -55,7 +55,7 @@ for path in sorted(CORPUS.iterdir()):
     except Repeated:
         fits = False
     except (ValueError, RecursionError):
-        continue  # Qt takes a few things for JSON that are none
+        continue  # Qt accepts a few texts that are not JSON
     count += 1
     said = complaint(sys.argv[1], path)
     rules = {rule for rule in RULES if rule in said}

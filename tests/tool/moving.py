@@ -61,7 +61,7 @@ class Box:
         return status.st_mode, status.st_uid, status.st_gid
 
     def left(self):
-        """What is left in the scratch directory once the process that removes it had its time."""
+        """Returns what is left in the scratch directory after the process that removes it had time to do so."""
         for _ in range(500):
             if not list((self.folder / "tmp").iterdir()):
                 return []
@@ -75,7 +75,7 @@ def require(is_so, what):
 
 
 def units(text):
-    """The UTF-16 units, of which Qt's texts are made."""
+    """Returns the UTF-16 units, of which Qt's texts are made."""
     data = text.encode("utf-16-le")
     return [data[i] | data[i + 1] << 8 for i in range(0, len(data), 2)]
 
@@ -90,7 +90,7 @@ def text_in_file(text):
 
 
 def file_of(settings):
-    """The file, encoded here and not by Qt: everything is escaped."""
+    """Returns the text of the file, with everything escaped. Qt has no part in this."""
     lines = []
     for name, value in settings.items():
         group, key = name.split("/", 1) if "/" in name else ("", name)
@@ -161,7 +161,7 @@ def check_settings(number, count):
 
 
 def check_kills(box, commands):
-    """Takes each command with the file that it finds."""
+    """Kills each of the commands at random moments; each comes with the file that it finds."""
     new, longest = {}, 0
     for words, old in commands.items():
         box.custom.write_bytes(old)
@@ -180,7 +180,7 @@ def check_kills(box, commands):
         time.sleep(CHANCE.uniform(0, longest))
         process.kill()
         process.wait()
-        os.read(ours, 1)  # ends when its children have died too, which may still write
+        os.read(ours, 1)  # waits until its children have died, too, which may still write
         os.close(ours)
         now = box.custom.read_bytes()
         require(now in (old, new[words]), f"round {number}: {words} leaves neither the old file nor the new one")
@@ -218,7 +218,7 @@ def text_of(value):
 
 
 def random_domain():
-    """A type, and some of its values."""
+    """Returns a type, and some of its values."""
     kind = CHANCE.choice(["text", "int", "bool", "list"])
     if kind == "bool":
         return kind, [True, False]
@@ -230,7 +230,7 @@ def random_domain():
 
 
 class Evolving:
-    """A setting, as each version of an application knows it."""
+    """A setting with the name, type and values that it has in each version of an application."""
 
     def __init__(self, versions, taken):
         self.names, self.domains, values = [], [], []

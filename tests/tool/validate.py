@@ -15,11 +15,11 @@ import jsonschema
 FOLDER = pathlib.Path(__file__).resolve().parents[2] / "tools/stbconfig/schemas"
 SCHEMAS = {path.name: json.loads(path.read_text(encoding="utf-8")) for path in FOLDER.glob("*.json")}
 WRONG = ["neither a text", 7]  # a list, but not one of texts
-OPTIONAL = {"explain.json": {"described"}}  # there is nothing of it without a description
+OPTIONAL = {"explain.json": {"described"}}  # without a description, this field is left out
 
 
 def objects_in(schema):
-    """Every part of the schema that says which fields an object has."""
+    """Yields every part of the schema that says which fields an object has."""
     if isinstance(schema, dict):
         if "properties" in schema and "type" in schema:
             yield schema
@@ -54,7 +54,7 @@ def parsed(text):
 
 
 def places_in(output, place=()):
-    """Where the objects are, and how one gets there."""
+    """Yields the way to each object in the output."""
     if isinstance(output, dict):
         yield place
     items = output.items() if isinstance(output, dict) else \
@@ -64,7 +64,7 @@ def places_in(output, place=()):
 
 
 def altered(name, output):
-    """What was altered, and the output with it."""
+    """Yields each alteration, in words, and the altered output."""
     yield "a text in place of all", "text"
     yield "a list in place of all", WRONG
     for place in places_in(output):

@@ -3,8 +3,8 @@
 
 # The command itself says what may come next. bash gets it quoted, and runs none of it.
 
-# Takes the line up to the cursor apart, like the shell but without expanding anything except "~/".
-# Not COMP_WORDS, which also end at each ":" and "=". Sets for the caller: words, without their
+# Takes the line up to the cursor apart, as the shell does, but expands nothing except "~/". COMP_WORDS
+# would not do, because they also end at each ":" and "=". Sets these for the caller: words, without their
 # quotes; quote, the one that is open; kept, how much of the last word readline leaves in its place.
 _stbconfig_split()
 {
@@ -49,8 +49,8 @@ _stbconfig_split()
     return 0
 }
 
-# Writes the candidates in such a form that they mean themselves behind the quote that is open. All
-# at once: there may be a hundred thousand.
+# Quotes the candidates for the place behind the open quote. Changes all of them at once, because there
+# may be a hundred thousand.
 _stbconfig_quote()
 {
     local quote=$1 all="${COMPREPLY[*]}" special='' character i
@@ -70,7 +70,7 @@ _stbconfig_quote()
         [[ $all != *"$character"* ]] ||
             COMPREPLY=("${COMPREPLY[@]//"$character"/"\\$character"}")
     done
-    # Between double quotes it would still be history.
+    # Between double quotes, the shell would still take "!" for a word of the history.
     [[ $quote != \" ]] || COMPREPLY=("${COMPREPLY[@]//'!'/'"\!"'}")
     # readline takes a quote at the beginning for the one that is open.
     [[ ! $quote ]] || COMPREPLY=("${COMPREPLY[@]/#"$quote"/"$quote$quote"}")
@@ -83,7 +83,7 @@ _stbconfig()
     COMPREPLY=()
     _stbconfig_split "${COMP_LINE:0:COMP_POINT}" || return 0
     mapfile -t COMPREPLY < <(command -- "${words[0]}" complete -- "${words[@]:1}" 2>/dev/null)
-    # A group or a directory goes on.
+    # Behind a group or a directory, the word goes on, so no blank follows.
     [[ ${#COMPREPLY[@]} != 1 || ${COMPREPLY[0]} != */ ]] || compopt -o nospace
     COMPREPLY=("${COMPREPLY[@]#"${words[-1]:0:kept}"}")
     _stbconfig_quote "$quote"

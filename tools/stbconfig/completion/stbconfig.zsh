@@ -11,13 +11,13 @@ _stbconfig()
     [[ $QIPREFIX ]] || word=${word/#\~\//${(q)HOME}/}
     local -a all=("${(@f)$(command -- "${before[1]}" complete -- "${(@)before[2,-1]}" \
         "${(Q)${:-$QIPREFIX$word${compstate[quote]}}}" 2>/dev/null)}")
-    # A group or a directory goes on.
+    # Behind a group or a directory, the word goes on, so no blank follows.
     local -a open=("${(@M)all:#*/}") whole=("${(@)all:#(|*/)}")
     compadd -U -S '' -a -- open
     compadd -U -a -- whole
 }
 
-# A script for autoloading is the function; one that is sourced only defines it.
+# zsh runs this script as the function when it loads it by itself; a sourced script only defines it.
 if [[ ${funcstack[1]} == _stbconfig* ]]; then
     _stbconfig "$@"
 else

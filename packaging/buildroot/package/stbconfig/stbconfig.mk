@@ -7,7 +7,7 @@
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
 
-# The checkout that this folder is part of.
+# The package builds the checkout that this folder is part of.
 STBCONFIG_SITE = $(BR2_EXTERNAL_STBCONFIG_PATH)/../..
 STBCONFIG_SITE_METHOD = local
 STBCONFIG_OVERRIDE_SRCDIR_RSYNC_EXCLUSIONS = --exclude=/build

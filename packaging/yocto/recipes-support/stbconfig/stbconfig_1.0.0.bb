@@ -16,7 +16,7 @@ LIC_FILES_CHKSUM = " \
 
 inherit cmake_qt5 externalsrc
 
-# The checkout that this layer is part of; nothing is to be left in it.
+# The recipe builds the checkout that this layer is part of, and leaves nothing in it.
 EXTERNALSRC := "${@os.path.abspath('${THISDIR}/../../../..')}"
 EXTERNALSRC_SYMLINKS = ""
 
