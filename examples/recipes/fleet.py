@@ -14,7 +14,7 @@ def ask(box, *command):
                                 stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, timeout=60)
     except subprocess.TimeoutExpired:
         return None
-    # Findings are printed with status 1, and with 3 if a file is broken; where ssh fails, nothing is.
+    # The box prints findings with status 1, and with 3 if a file is broken. If ssh fails, there is no output.
     return json.loads(answer.stdout) if answer.stdout else None
 
 

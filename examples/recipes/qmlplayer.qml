@@ -14,7 +14,7 @@ Window {
         onTextChanged: console.info(line.text)
     }
 
-    // The button of an impatient user.
+    // This stands in for a user who presses a button.
     Component.onCompleted: {
         Settings.volume += 10
         Qt.callLater(Qt.quit)

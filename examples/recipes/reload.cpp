@@ -16,8 +16,8 @@ int main(int argc, char *argv[])
     std::optional<stbconfig::ConfigurationManager> settings;
     int volume = -1;
 
-    // A manager reads its files when it is made. The old one goes first and writes what is pending; its
-    // storages, and what they kept in memory, go with it.
+    // A manager reads its files when it is made. The old manager goes first and writes what is pending.
+    // Its storages, and what they kept in memory, go with it.
     const auto reload = [&] {
         settings.emplace("data/", "defaults/", nullptr);
         const int now = settings->value("Audio", "volume", 30).toInt();
@@ -27,8 +27,8 @@ int main(int argc, char *argv[])
         volume = now;
     };
 
-    // Each write puts a new file in the old one's place. Who watches the file watches the old one, so
-    // the directory is watched. A write is several changes there: the last one is waited for.
+    // Each write puts a new file in the old one's place, so a watcher of the file would watch the old
+    // one. This watches the directory. A write makes several changes there: this waits for the last.
     const QFileSystemWatcher watcher({"data/"});
     QTimer quiet;
     quiet.setSingleShot(true);

@@ -4,11 +4,11 @@
 
 set -eu
 
-# One setting. Status 1 means that nobody holds it, 3 that a file cannot be read.
+# This reads one setting. Status 1 means that nobody holds it, 3 that a file cannot be read.
 volume=$(stbconfig get Audio/volume --as int --default 30)
 echo "volume $volume"
 
-# All of them. A record ends with NUL and its fields with a tabulator; the value is all the rest.
+# This reads all settings. A record ends with NUL, and two fields with a tabulator; the rest is the value.
 declare -A settings
 while IFS= read -r -d '' record; do
     rest=${record#*$'\t'}

@@ -8,7 +8,7 @@
 #include <QtCore/QProcessEnvironment>
 #include <QtCore/QTemporaryDir>
 
-// A box for one test: files of its own, which vanish with it, and none of the developer's variables.
+// A box for one test. It has files of its own, which vanish with it, and hides the developer's variables.
 class ThrowAwayBox
 {
 public:
@@ -23,10 +23,10 @@ public:
         write("custom.conf", custom);
     }
 
-    // For both prefixes of a manager.
+    // Returns the path that serves as both prefixes of a manager.
     QString prefix() const { return m_directory.path() + '/'; }
 
-    // What the next start would find; the manager must be gone, or its event loop have turned.
+    // Returns what the next start would find. The manager must be gone, or its event loop have turned.
     QByteArray customFile() const
     {
         QFile file(prefix() + "custom.conf");
