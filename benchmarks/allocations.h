@@ -4,7 +4,7 @@
 #ifndef STBCONFIG_BENCHMARKS_ALLOCATIONS_H
 #define STBCONFIG_BENCHMARKS_ALLOCATIONS_H
 
-/// What this process has allocated since it began, and what of it is not yet freed.
+/// What this process has allocated since its start, and how much of that is not yet freed.
 struct Allocations
 {
     long count;

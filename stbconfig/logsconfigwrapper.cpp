@@ -27,7 +27,7 @@ LogsConfigWrapperPrivate::LogsConfigWrapperPrivate(LogsConfigWrapper *q,
     : q_ptr(q), configurationManager(manager)
 {}
 
-// Neither is ever null: the manager's constructor files a storage under both locations.
+// These never return null: the manager's constructor files a storage under both locations.
 LogsConfigWrapperPrivate::Storages LogsConfigWrapperPrivate::storages() const
 {
     return {configurationManager.dynamicStorage(ConfigurationManager::CustomConfPersistent),

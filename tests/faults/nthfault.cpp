@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-// Preloaded into a program, lets its N-th call fail, whoever in it makes the call:
+// A test preloads this into a program. It lets the N-th call of the program and its libraries fail:
 //
 //   NTH_FAULT="KIND:NUMBER:ERROR:SPAN"
 //       KIND    "call", of the system; "allocation", of memory

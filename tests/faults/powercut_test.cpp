@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-// What a power cut leaves of a write: as far as the recorded system calls say, see powercut.py, and
-// on real file systems, see powercut_disks.py.
+// These tests show what a power cut leaves of a write: powercut.py derives it from the recorded system
+// calls, and powercut_disks.py cuts the power of real file systems.
 
 #include "support.h"
 

@@ -245,7 +245,7 @@ private:
             require(!written->contains(scenario.settingName()), "what is not set is not held");
     }
 
-    // Whoever writes replaces the file, but not what leads to it.
+    // A command that writes replaces the file, but not what leads to it.
     void judgeWrite(const Snapshot &after) const
     {
         const QString file = QFileInfo(scenario.writtenFile()).canonicalFilePath();

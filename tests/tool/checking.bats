@@ -104,7 +104,7 @@ b=1" >"$1/var/custom.conf" && head -c 24576 /dev/zero >"$1/var/fill" && "$2" che
     [ "$(grep -c typed-value <<<"$output")" = 2 ]
 }
 
-@test "a file that would end whoever reads it is found, in every place, and ends nobody" {
+@test "a file that would end its reader is found in every place, and does not end the command" {
     nested "$custom"
     finds ends-reader "$custom" 3
     finds typed-value custom.conf:2 3

@@ -165,7 +165,7 @@ for line in sys.argv[1].splitlines():
     no_line $'\x1b'
 }
 
-@test "equal boxes have equal fingerprints, whoever holds the settings and wherever" {
+@test "boxes with equal settings have equal fingerprints, in whatever locations the settings are" {
     printf '[A]\na=1\nb="x, y"\nc=x, y\n' >"$custom"
     local first=$(fingerprint)
     [ ${#first} = 64 ]

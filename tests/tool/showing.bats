@@ -312,7 +312,7 @@ END
         $'changed\tA/b\tCustomConfPersistent\t1\\\\2\\t3\tx\ty|' ]
 }
 
-@test "no colour goes into a pipe, and none to whoever wants none" {
+@test "no colour goes into a pipe" {
     printf '[Profile]\nlocale=nonsense\n' >"$custom"
     for words in list "explain Video output" diff check locations; do
         run "$STBCONFIG" $words

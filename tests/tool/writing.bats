@@ -251,7 +251,7 @@ b=1" >"$1/var/custom.conf" && head -c $(((15 - $3) * 4096)) /dev/zero >"$1/var/f
     [ "$(readlink "$custom")" = other ]
 }
 
-@test "a file that would end whoever reads it is named by each command and stays" {
+@test "each command names a file that would end its reader, and leaves it" {
     nested "$custom"
     cp "$custom" "$box/before"
     for words in "get a b" "explain a b" list diff "set a b 2" "unset A b" "unset --redundant" logging locale \

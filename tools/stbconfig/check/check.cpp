@@ -47,8 +47,8 @@ Findings findAll(const Context &context)
     const QStringList harmless = files(context.files, description, findings);
     const QStringList opened = context.files.openedAtOnce();
     const QStringList all = context.files.all();
-    // The library must not open files that would hang or end whoever opens them, so the check ends
-    // here.
+    // The library must not open files that would hang or end the process that opens them, so the
+    // check ends here.
     const bool canAsk = std::all_of(opened.cbegin(), opened.cend(), [&](const QString &file) {
         return harmless.contains(file) || !all.contains(file);
     });

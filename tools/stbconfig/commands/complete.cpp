@@ -23,8 +23,7 @@
 
 namespace {
 
-// What has been typed before the word that is to be completed, taken apart by what the commands
-// declare.
+// The words that stand before the one to complete, taken apart as the commands declare them.
 struct Typed
 {
     const CommandLine &line;
