@@ -65,7 +65,7 @@ for f in json.loads(sys.argv[1]):
     done
 }
 
-@test "each rule of a description is held against what is written" {
+@test "check finds what breaks each rule of a description" {
     # Each line has the description of A/b, the line of the file, and what is wrong with it, if anything is.
     while IFS='|' read -r described entry wanted; do
         describe "\"A/b\": {$described}"
@@ -248,7 +248,7 @@ TABLE
     finds_exactly 0
 }
 
-@test "without a description, or with --no-schema, nothing is held against one" {
+@test "without a description, or with --no-schema, check has no finding of one" {
     printf '[Audio]\nvolume=200\n' >"$custom"
     expect 0 check
     cp <(echo "$output") "$box/without"

@@ -200,7 +200,7 @@ END
     printf "[A]\nnumber=@Variant(\\\\0\\\\0\\\\0\\\\x2\\\\0\\\\0\\\\0\\\\x5)\n" >"$box/given"
     says_lines 3 "diff --with @/given" <<'END'
 stbconfig: A/number: a file does not give this value back; write it otherwise
-stbconfig: @/given: holds what no box can hold; correct the file
+stbconfig: @/given: holds settings that no box can hold; correct the file
 END
     printf "[User]\npin=1\n[ui]\ncolour=$colour\n\\\\odd=2\n" >"$custom"
     says_lines 1 export <<'END'

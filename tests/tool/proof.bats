@@ -433,7 +433,7 @@ EOF
     holding '[a]' b=1
     with_failing_calls write:]:EIO:1 get a b
     [ "$status" = 3 ]
-    [ "$output" = "stbconfig: stbconfig: a process ended for want of memory; try again, and tell its maintainers" ]
+    [ "$output" = "stbconfig: stbconfig: a process ran out of memory; try again, and tell its maintainers" ]
     with_failing_calls read:]:EIO:1 get a b
     [ "$status" = 3 ]
     with_failing_calls write:]:EIO:1 set a b 2

@@ -153,7 +153,7 @@ Setting Words::setting(bool namesGroup) const
 
 CommandLine::CommandLine()
     : m_app(std::make_unique<CLI::App>(
-        "Shows and changes the settings of a set-top box application, and why each is as it is.",
+        "Shows where the settings of a set-top box application come from, and changes them.",
         "stbconfig"))
 {
     m_app->set_version_flag("--version", "stbconfig " STBCONFIG_VERSION);
@@ -178,7 +178,7 @@ CommandLine::CommandLine()
            [&description](const QString &word) { description.file = word; })
         ->excludes(m_app->add_flag("--no-schema", description.isNone, "no description"));
     m_app->add_flag("--as-root", places.asRoot,
-                    "root stays root in another user's directory, which it trusts");
+                    "keep root's rights in another user's directory, if you trust it");
 
     EnvironmentChoice &environment = m_arguments.environment;
     CLI::Option *none = m_app->add_flag_function(
@@ -191,7 +191,7 @@ CommandLine::CommandLine()
                    environment.file = word;
                });
     CLI::Option *process = wordOf(
-        m_app.get(), "--pid", "variables that the process of this number was started with",
+        m_app.get(), "--pid", "variables with which the process of this number was started",
         [&environment](const QString &word) {
             bool isNumber = false;
             environment.source = EnvironmentChoice::Process;
@@ -230,7 +230,7 @@ Command CommandLine::addWriter(const char *name, const char *help, writing::Mann
         manner.asRoot = m_arguments.places.asRoot;
     });
     command.addFlag("--dry-run", manner.dryRun, "check and tell, but write nothing");
-    command.addFlag("--force", manner.force, "write although room is estimated to be short");
+    command.addFlag("--force", manner.force, "write even if the estimated room is too little");
     return command;
 }
 
@@ -288,7 +288,7 @@ Option Command::addStorage(StorageChoice &storage) const
 
 Option Command::addLocation(std::optional<provenance::Location> &location) const
 {
-    return addWord("--from", "one location alone", [&location](const QString &word) {
+    return addWord("--from", "only this location", [&location](const QString &word) {
         location = provenance::locationNamed(word);
     });
 }

@@ -167,8 +167,9 @@ End run(std::chrono::seconds limit, const std::function<QByteArray()> &work, con
         kill(process, SIGKILL);
         reap(process, Clock::now() + grace);
         end.how = End::TimedOut;
-        end.why = lost == ETIME ? QString("no end after %1 seconds").arg(limit.count())
-                                : QString("a process could not be heard: ") + std::strerror(lost);
+        end.why = lost == ETIME
+            ? QString("no end after %1 seconds").arg(limit.count())
+            : QString("the answer of a process was lost: ") + std::strerror(lost);
         return end;
     }
     int status = 0;
@@ -178,7 +179,7 @@ End run(std::chrono::seconds limit, const std::function<QByteArray()> &work, con
         end.why = QString("a process died of signal %1").arg(WTERMSIG(status));
     } else if (status != 0 || !take(outcome, end)) {
         end.how = End::Died;
-        end.why = "a process ended for want of memory";
+        end.why = "a process ran out of memory";
     } else {
         end.how = End::Returned;
     }

@@ -87,7 +87,7 @@ void addCheck(CommandLine &line)
 {
     const auto own = std::make_shared<CheckOptions>();
     const Command command =
-        line.addCommand("check", "find what will hurt",
+        line.addCommand("check", "find mistakes in files and variables",
                         [own](const Context &context) { return checkAll(context, *own); });
     command.addWord("--fail-on", "the least severity that gives status 1: error, warning, note",
                     [own](const QString &word) { own->failOn = check::severityNamed(word); });

@@ -149,8 +149,8 @@ QStringList settingNames(const Typed &typed, const QString &word)
     return result;
 }
 
-// Does what settingNames() does, but offers a name without a group as it is, because a pattern is
-// held against that.
+// Does what settingNames() does, but offers a name without a group as it is, because a pattern must
+// match that.
 QStringList patterns(const Typed &typed, const QString &word)
 {
     QStringList result = settingNames(typed, word);

@@ -143,9 +143,9 @@ void addList(CommandLine &line)
     command.addWord("glob", "only this group, or those that match",
                     [own](const QString &word) { own->glob = word; });
     const Option from = command.addLocation(own->from);
-    const Option keys = command.addFlag("--keys", own->namesOnly, "names alone");
+    const Option keys = command.addFlag("--keys", own->namesOnly, "only names");
     const Option describe = command.addFlag("--describe", own->isDescribing,
-                                            "with what is described, also of what nobody has set");
+                                            "with their descriptions; also those that are not set");
     describe.excludes(keys);
     command.addStorage(own->storage).excludes(from).excludes(describe);
     command.addRecords();

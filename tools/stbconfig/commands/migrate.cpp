@@ -178,7 +178,7 @@ void addMigrate(CommandLine &line)
 {
     const auto own = std::make_shared<MigrateOptions>();
     const Command command =
-        line.addWriter("migrate", "take over what is held under older names", own->manner,
+        line.addWriter("migrate", "take over values from the older names of settings", own->manner,
                        [own](const Context &context) { return migrate(context, *own); });
     command.addFlag("--prune", own->isPruning, "remove the older names that are taken over");
     command.addRecords();

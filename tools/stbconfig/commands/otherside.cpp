@@ -187,7 +187,7 @@ Entries entriesOf(const Side &side, bool asRoot)
     for (const exchange::Refusal &refusal : contents.refusals)
         output::note(refusal.problem);
     throw Failure{CannotRead,
-                  {side.text->source, "holds what no box can hold", "correct the file"}};
+                  {side.text->source, "holds settings that no box can hold", "correct the file"}};
 }
 
 } // namespace otherside

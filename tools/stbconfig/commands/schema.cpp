@@ -76,7 +76,7 @@ void addSchema(CommandLine &line)
 {
     const auto generator = std::make_shared<Generator>();
     const Command command =
-        line.addCommand("schema", "draft the description, or print what is made of it",
+        line.addCommand("schema", "draft the description, or print a file made from it",
                         [generator](const Context &context) { return print(context, *generator); });
     command
         .addWord("output", "new, conf, markdown or header",

@@ -177,9 +177,9 @@ void addUnset(CommandLine &line)
     const Option group = command.addWord("--group", "a whole group", [own](const QString &word) {
         own->group = names::asStored(word);
     });
-    const Option redundant =
-        command.addFlag("--redundant", own->isRedundant,
-                        "what equals the defaults; variables count if it is said whose");
+    const Option redundant = command.addFlag(
+        "--redundant", own->isRedundant,
+        "what equals the defaults; with --pid or --env-file, not what hides a variable");
     const Option storage = command.addStorage(own->storage);
     group.excludes(words);
     redundant.excludes(words).excludes(group).excludes(storage);
