@@ -108,7 +108,7 @@ know()
     [ "${lines[0]}" = "E/x = started" ]
     [[ $output == *"STBAPP_E_X of process $pid, as it was started"* ]]
     run "$STBCONFIG" --help
-    [[ ${output//$'\n'/ } == *"was started with"* ]]
+    [[ ${output//$'\n'/ } == *"was started"* ]]
 }
 
 @test "explain says which file a variable is from" {
