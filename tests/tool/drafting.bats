@@ -98,7 +98,7 @@ END
 }
 
 @test "what no description can say is left out of a draft, and named" {
-    printf '[A]\na=@Size(1 2)\nb=@Invalid()\nc=@Variant(\\0\\0\\0\\x7f\\0\\0\\0\\x2X\\0)\nd=@ByteArray(x)\ne=@Rect(1 2 3 4), x\ng//h=1\ni=a\\xd800\nj=a\\0z\nk=a\\xfeff\n' >"$custom"
+    printf '=1\n[A]\na=@Size(1 2)\nb=@Invalid()\nc=@Variant(\\0\\0\\0\\x7f\\0\\0\\0\\x2X\\0)\nd=@ByteArray(x)\ne=@Rect(1 2 3 4), x\ng//h=1\ni=a\\xd800\nj=a\\0z\nk=a\\xfeff\n' >"$custom"
     printf '[general]\nx=1\n[%%general]\ny=1\n[Plain]\nx=1\n%%UD800=1\n' >"$defaults"
     drafts "'Plain/x' in d and not [name for name in d if name not in ('Plain/x', 'A/d', 'A/k', 'x')]"
     [[ $(<"$box/notes") == *"stbconfig: A/a: left out: a description has no such type"* ]]
@@ -108,6 +108,7 @@ END
     done
     [[ $(<"$box/notes") == *"A/i: left out: it has a character that not every file gives back"* ]]
     [[ $(<"$box/notes") == *"A/j: left out: "* ]]
+    [[ $(<"$box/notes") == *"stbconfig: an entry: left out: it has no name"* ]]
 }
 
 @test "a draft needs no description, and none of its own place disturbs it" {

@@ -66,6 +66,8 @@ QJsonObject described(const Setting &setting, const QVariantList &values)
 // Says why the setting cannot be described; empty if it can.
 QString obstacleOf(const QString &name, const QVariantList &values)
 {
+    if (name.isEmpty())
+        return "it has no name";
     if (entries::nameAsRead(name) != name)
         return "a file cannot express this name";
     if (!std::all_of(values.cbegin(), values.cend(), isDescribable))
@@ -95,7 +97,8 @@ void draft(const Context &context)
         if (obstacle.isEmpty())
             settings.insert(it.key(), described(Setting::named(it.key()), *it));
         else
-            output::note({it.key(), "left out: " + obstacle, {}});
+            output::note(
+                {it.key().isEmpty() ? QString("an entry") : it.key(), "left out: " + obstacle, {}});
     }
     output::object({{"$schema", "file://" STBCONFIG_DESCRIPTION_SCHEMA}, {"settings", settings}});
 }
