@@ -34,6 +34,12 @@ QString fromUtf8(const QByteArray &bytes)
 
 bool isUtf8(const QByteArray &bytes) { return fromUtf8(bytes).toUtf8() == bytes; }
 
+bool isAscii(const QByteArray &bytes)
+{
+    return std::all_of(bytes.begin(), bytes.end(),
+                       [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+}
+
 // Tells whether a terminal obeys or hides it.
 bool isPlain(const QByteArray &bytes)
 {
@@ -45,6 +51,26 @@ bool isPlain(const QByteArray &bytes)
             || category == QChar::Separator_Line || category == QChar::Separator_Paragraph
             || character == 0xFEFF;
     });
+}
+
+// Tells whether the pattern stands for the whole text.
+bool fits(const QString &pattern, const QString &text)
+{
+    if (pattern.isEmpty())
+        return text.isEmpty();
+    if (pattern[0] == '*')
+        return fits(pattern.mid(1), text) || (!text.isEmpty() && fits(pattern, text.mid(1)));
+    return !text.isEmpty() && pattern[0] == text[0] && fits(pattern.mid(1), text.mid(1));
+}
+
+bool isBelow(const QString &name, const QString &group)
+{
+    return name.startsWith(group.split('/', Qt::SkipEmptyParts).join('/') + '/');
+}
+
+bool matches(const QString &glob, const QString &name)
+{
+    return fits(glob, name) || isBelow(name, glob);
 }
 
 bool isAddressable(const QString &name)
@@ -64,12 +90,26 @@ class Judge
 public:
     explicit Judge(Input &input) : scenario(input, box), before(snapshotOf(box.path()))
     {
-        if (scenario.isWriter() || scenario.command == "get" || scenario.command == "list") {
-            const auto holdings = holdingsOf({scenario.writtenFile(), scenario.defaultsFile()});
+        const QList<QByteArray> judged{"get", "list", "export", "diff"};
+        if (scenario.isWriter() || judged.contains(scenario.command)) {
+            QStringList files{scenario.writtenFile(), scenario.defaultsFile()};
+            if (scenario.given)
+                files << *scenario.given;
+            const auto holdings = holdingsOf(files);
             written = holdings[0];
             defaults = holdings[1];
+            // Qt 5 takes such text for Latin-1, but the command takes what it is given for UTF-8.
+            if (scenario.given && isAscii(before[*scenario.given].bytes))
+                given = holdings[2];
         }
         end = run(scenario.start);
+    }
+
+    /// Prints what is run, for a person who wants to know what an input means.
+    void show() const
+    {
+        std::printf("%s\n-> %d\n", escaped(asShell(scenario.start)).constData(), end.status);
+        std::fflush(stdout);
     }
 
     void judge() const
@@ -79,7 +119,9 @@ public:
         const Snapshot after = snapshotOf(box.path());
         if (scenario.isWild)
             return judgeWild(after);
-        const bool mayWrite = scenario.isWriter() && end.status == 0 && !scenario.isDryRun;
+        // What cannot be migrated does not stand in the way of the rest.
+        const bool isDone = end.status == 0 || (scenario.command == "migrate" && end.status == 1);
+        const bool mayWrite = scenario.isWriter() && isDone && !scenario.isDryRun;
         if (!mayWrite)
             judgeUntouched(after, scenario.isWriter() && !scenario.isDryRun);
         if (scenario.isJson)
@@ -167,8 +209,10 @@ private:
     void judgeWild(const Snapshot &after) const
     {
         const QList<QByteArray> &words = scenario.start.words;
-        const bool mayWrite = end.status == 0
-            && (words.contains("set") || words.contains("unset") || words.contains("logging"));
+        const auto isWriter = [&words](const char *word) { return words.contains(word); };
+        const char *const writers[] = {"set", "unset", "import", "reset", "migrate", "logging"};
+        const bool mayWrite =
+            end.status < 2 && std::any_of(std::begin(writers), std::end(writers), isWriter);
         if (!mayWrite)
             judgeUntouched(after, end.status != 0);
     }
@@ -193,44 +237,58 @@ private:
         QString name = scenario.command;
         if (scenario.command == "logging" && scenario.isWriter())
             name = "set";
+        if (scenario.isBesideItself || (scenario.command == "diff" && scenario.given))
+            name = "diff-with";
+        if (scenario.isDescribing)
+            name = "list-describe";
         const QJsonValue value =
             document.isArray() ? QJsonValue(document.array()) : QJsonValue(document.object());
-        require(fitsSchema(value, name), "the JSON fits its schema:", name);
+        require(scenario.command == "schema" || fitsSchema(value, name),
+                "the JSON fits its schema:", name);
     }
 
-    // Looks after the run, which has changed no secret.
     void judgeSecret() const
     {
-        if (scenario.command == "get" || scenario.showsSecrets || scenario.command == "complete")
+        if (!end.printed.contains(secret) && !end.said.contains(secret))
             return;
+        const bool isAsked = scenario.command == "get" || scenario.showsSecrets;
+        require(isAsked || scenario.command == "complete" || isSecretElsewhere(),
+                "a secret is hidden");
+    }
+
+    // Tells whether the secret stands where nothing says that it is one.
+    bool isSecretElsewhere() const
+    {
         const bool isOutside =
             std::any_of(scenario.start.variables.begin(), scenario.start.variables.end(),
                         [](const QByteArray &variable) { return variable.contains(secret); });
         const bool isTold = scenario.value && scenario.value->contains(secret);
-        if (isOutside || (isTold && scenario.key != "password")
+        if (isOutside || (isTold && !scenario.described.isSecret(scenario.settingName()))
             || QString(before[box.path("env")].bytes).contains(secret))
-            return;
+            return true;
         QStringList files;
         for (auto it = before.begin(); it != before.end(); ++it) {
-            if (it->bytes.contains(secret))
+            if (it->bytes.contains(secret) && !it.key().endsWith(".json"))
                 files.append(it.key());
         }
-        if (files.isEmpty() && !isTold)
-            return;
-        const auto holdings =
-            files.isEmpty() ? QVector<std::optional<Holding>>() : holdingsOf(files);
-        for (const auto &holding : holdings) {
-            if (!holding)
-                return;
-            for (auto it = holding->begin(); it != holding->end(); ++it) {
-                // An open quote makes names of the lines that follow.
-                const bool isHidden = it.key().section('/', -1) == "password";
-                if (it.key().contains(secret)
-                    || (it->texts.join(' ').contains(secret) && !isHidden))
-                    return;
-            }
+        auto holdings = files.isEmpty() ? QVector<std::optional<Holding>>() : holdingsOf(files);
+        const auto changed = files.indexOf(QFileInfo(scenario.writtenFile()).canonicalFilePath());
+        if (scenario.isWriter() && changed >= 0)
+            holdings[changed] = written; // before that
+        return std::any_of(holdings.begin(), holdings.end(), [this](const auto &holding) {
+            return !holding || hasOpenSecret(*holding);
+        });
+    }
+
+    // An open quote makes names of the lines that follow.
+    bool hasOpenSecret(const Holding &holding) const
+    {
+        for (auto it = holding.begin(); it != holding.end(); ++it) {
+            if (it.key().contains(secret)
+                || (it->texts.join(' ').contains(secret) && !scenario.described.isSecret(it.key())))
+                return true;
         }
-        require(!end.printed.contains(secret) && !end.said.contains(secret), "a secret is hidden");
+        return false;
     }
 
     void judgeRefusal() const
@@ -265,6 +323,8 @@ private:
             require(before.contains(it.key()) || it.key() == file,
                     "no other file comes:", it.key());
         require(written.has_value(), "what cannot be read is not written");
+        require(!scenario.hasBadDescription || scenario.storage || scenario.command == "unset",
+                "nothing is written against a description that cannot be read");
         const auto now = holdingsOf({file}).first();
         require(now.has_value(), "what is written can be read");
         judgeHolding(*now);
@@ -279,15 +339,13 @@ private:
 
     void judgeHolding(const Holding &now) const
     {
-        QSet<QString> changed;
-        if (scenario.command == "unset") {
-            changed = judgeRemoved(now);
-        } else {
-            const QString name = scenario.settingName();
-            require(now.contains(name), "what is set is held:", name);
-            judgeValue(now[name]);
-            changed.insert(name);
-        }
+        if (scenario.command == "import" && !given)
+            return;
+        const QSet<QString> changed = scenario.command == "unset" ? judgeRemoved(now)
+            : scenario.command == "import"                        ? judgeImported(now)
+            : scenario.command == "reset"                         ? judgeReset(now)
+            : scenario.command == "migrate"                       ? judgeMigrated(now)
+                                                                  : judgeSet(now);
         for (auto it = written->begin(); it != written->end(); ++it) {
             if (changed.contains(it.key()))
                 continue;
@@ -325,27 +383,114 @@ private:
             && (*defaults)[name].all == held.all;
     }
 
-    static bool isBelow(const QString &name, const QString &group)
+    bool isMeant(const QString &name) const
     {
-        return name.startsWith(group.split('/', Qt::SkipEmptyParts).join('/') + '/');
+        return !scenario.glob || matches(*scenario.glob, name);
+    }
+
+    QSet<QString> judgeImported(const Holding &now) const
+    {
+        QSet<QString> changed;
+        for (auto it = given->begin(); it != given->end(); ++it) {
+            if (!isMeant(it.key()))
+                continue;
+            require(now.contains(it.key()), "what is imported is held:", it.key());
+            require(now[it.key()].all == it->all, "the imported value is held:", it.key());
+            requireAllowed(it.key(), *it);
+            changed.insert(it.key());
+        }
+        for (auto it = written->begin(); it != written->end(); ++it) {
+            if (!scenario.isReplacing || !isMeant(it.key()) || changed.contains(it.key()))
+                continue;
+            require(!now.contains(it.key()), "what is not given is removed:", it.key());
+            changed.insert(it.key());
+        }
+        return changed;
+    }
+
+    QSet<QString> judgeReset(const Holding &now) const
+    {
+        QSet<QString> changed;
+        for (auto it = written->begin(); it != written->end(); ++it) {
+            const QString name = it.key();
+            const QString today = scenario.storage ? QString() : scenario.described.today(name);
+            const auto isNamed = [&](const QString &glob) {
+                return matches(glob, name) || (!today.isEmpty() && matches(glob, today));
+            };
+            const bool isKept = scenario.described.isKept(today)
+                || std::any_of(scenario.kept.begin(), scenario.kept.end(), isNamed);
+            if (isKept || (scenario.glob && !isNamed(*scenario.glob)))
+                continue;
+            require(!now.contains(name), "what is reset is gone:", name);
+            changed.insert(name);
+        }
+        return changed;
+    }
+
+    QSet<QString> judgeMigrated(const Holding &now) const
+    {
+        QSet<QString> changed;
+        int left = 0;
+        const QStringList all = scenario.described.names();
+        for (const QString &name : all) {
+            const auto wanted = scenario.described.migrated(name, *written);
+            if (wanted && !scenario.isPruning) {
+                changed.insert(name);
+                left += now.contains(name) ? 0 : 1;
+                require(!now.contains(name) || now[name].texts == *wanted,
+                        "the value is taken over:", name);
+                if (now.contains(name))
+                    requireAllowed(name, now[name]);
+            }
+            const QStringList older = scenario.described.olderNames(name);
+            for (const QString &old : older) {
+                if (!scenario.isPruning || !written->contains(name) || !written->contains(old))
+                    continue;
+                require(!now.contains(old), "what is taken over is removed:", old);
+                changed.insert(old);
+            }
+        }
+        require(left == end.said.count(": not migrated: "), "what is not taken over is told");
+        return changed;
+    }
+
+    QSet<QString> judgeSet(const Holding &now) const
+    {
+        const QString name = scenario.settingName();
+        require(now.contains(name), "what is set is held:", name);
+        judgeValue(now[name]);
+        requireAllowed(name, now[name]);
+        const QString today = scenario.described.today(name);
+        require(scenario.storage || today.isEmpty() || today == name,
+                "no older name is set:", name);
+        return {name};
+    }
+
+    void requireAllowed(const QString &name, const Found &value) const
+    {
+        static const QStringList ofTheLibrary{"Logging/level", "Logging/responseLengthLimit",
+                                              "Logging/jsonFormattingEnabled",
+                                              "Logging/imageRequestsEnabled", "Profile/locale"};
+        const Described &described = scenario.described;
+        if (scenario.storage || !described.isValid())
+            return;
+        require(!described.today(name).isEmpty() || ofTheLibrary.contains(name),
+                "only what is described is written:", name);
+        require(described.allows(name, value), "only what is allowed is written:", name);
     }
 
     void judgeValue(const Found &now) const
     {
         const QString wanted = fromUtf8(*scenario.value);
-        if (scenario.type == "int")
-            require(now.texts == QStringList(QString::number(wanted.toInt())), "a number is held");
-        else if (scenario.type == "list")
-            require(now.texts.join(',') == wanted, "a list is held:", now.texts.join(','));
-        else
-            require(now.texts == QStringList(wanted), "the value is held:", now.texts.join(','));
-        QList<QByteArray> words{"get", "--no-env"};
-        if (scenario.storage)
-            words << "--storage=" + scenario.storage->toUtf8();
-        if (scenario.start.words.contains("--as-root"))
-            words << "--as-root";
-        words << "--" << scenario.group->toUtf8() << scenario.key.toUtf8();
-        const End got = run(scenario.startOf(words));
+        const QString type =
+            scenario.storage || !scenario.type.isEmpty() || !scenario.described.isValid()
+            ? QString(scenario.type)
+            : scenario.described.type(scenario.settingName());
+        const QStringList stored =
+            type == "list" ? wanted.split(',') : QStringList(storedAs(type, wanted));
+        require(now.texts == stored, "the value is held:", now.texts.join(','));
+        const End got =
+            runAlike({"get", "--no-env", "--", scenario.group->toUtf8(), scenario.key.toUtf8()});
         // Other faults of the other files do not concern the write.
         if (got.status == 3 && !defaults)
             return;
@@ -354,8 +499,24 @@ private:
                 "get gives the value back:", fromUtf8(got.printed));
     }
 
+    // Runs another command on the same files.
+    End runAlike(QList<QByteArray> words, const QByteArray &input = {}) const
+    {
+        if (scenario.storage)
+            words.insert(1, "--storage=" + scenario.storage->toUtf8());
+        if (scenario.start.words.contains("--as-root"))
+            words.insert(1, "--as-root");
+        Start start = scenario.startOf(words);
+        start.input = input;
+        return run(start);
+    }
+
     void judgeReader() const
     {
+        if (scenario.command == "diff")
+            judgeDiff();
+        if (scenario.command == "schema" && end.status == 0)
+            judgeSchema();
         if (scenario.hasVariables || scenario.isNarrowed || !written
             || !(defaults || scenario.storage))
             return;
@@ -363,6 +524,87 @@ private:
             judgeGet();
         else if (scenario.command == "list" && scenario.isJson)
             judgeList();
+        else if (scenario.command == "export" && end.status == 0 && !scenario.start.isTerminal)
+            judgeExport();
+    }
+
+    void judgeDiff() const
+    {
+        require(!scenario.isBesideItself || end.status != 1, "a box does not differ from itself");
+        // What says where it comes from is compared with all that answers.
+        if (!given || !written || end.status > 1 || !scenario.isJson
+            || before[*scenario.given].bytes.contains("; CustomConfPersistent"))
+            return;
+        QSet<QString> wanted;
+        const QSet<QString> both = QSet<QString>(given->keyBegin(), given->keyEnd())
+            + QSet<QString>(written->keyBegin(), written->keyEnd());
+        for (const QString &name : both) {
+            const bool isAlike = given->contains(name) && written->contains(name)
+                && (*given)[name].all == (*written)[name].all;
+            if (!isAlike && isMeant(name) && isAddressable(name) && name.isValidUtf16())
+                wanted.insert(name);
+        }
+        QSet<QString> told;
+        const QJsonArray rows = QJsonDocument::fromJson(end.printed).array();
+        for (const QJsonValue &row : rows)
+            told.insert(row["setting"].toString());
+        require(told.contains(wanted), "what differs is told");
+        require(rows.size() == wanted.size(), "only what differs is told");
+    }
+
+    // An export is imported into a box that holds nothing.
+    void judgeExport() const
+    {
+        Holding wanted = *written;
+        if (scenario.isEffective) {
+            for (auto it = defaults->begin(); it != defaults->end(); ++it)
+                wanted.insert(it.key(), written->value(it.key(), *it));
+            // Nobody can ask for every name, and so not each answers.
+            const QStringList all = wanted.keys();
+            for (const QString &name : all) {
+                if (!isAddressable(name))
+                    wanted.remove(name);
+            }
+        }
+        if (runAlike({"reset", "--no-schema"}).status != 0)
+            return;
+        const End imported = runAlike({"import", "--no-schema", "-"}, end.printed);
+        require(imported.isInTime, "the import of an export ends in time");
+        // A logging setting that the library would misread is not taken.
+        if (imported.status == 4 || imported.said.contains("Logging/"))
+            return;
+        const auto now = holdingsOf({scenario.writtenFile()}).first();
+        require(now.has_value(), "what is imported can be read");
+        for (auto it = wanted.begin(); it != wanted.end(); ++it) {
+            const bool isHidden = !scenario.showsSecrets && end.said.contains("secrets left out");
+            require(!isMeant(it.key()) || isHidden || now->contains(it.key()),
+                    "what is exported can be imported:", it.key());
+        }
+        for (auto it = now->begin(); it != now->end(); ++it) {
+            require(wanted.contains(it.key()) && isMeant(it.key()),
+                    "only what is held is exported:", it.key());
+            require(wanted[it.key()].all == it->all, "an export keeps the value:", it.key());
+        }
+    }
+
+    void judgeSchema() const
+    {
+        const QString file = box.path("made");
+        Box::write(file, end.printed);
+        if (scenario.made == "new" && !scenario.start.isTerminal) {
+            const End again = runAlike({"schema", "conf", "--schema", file.toUtf8()});
+            require(again.status == 0, "a draft is a description:", fromUtf8(again.said));
+        }
+        if (scenario.made != "conf" || scenario.start.isTerminal)
+            return;
+        const auto held = holdingsOf({file}).first();
+        require(held.has_value(), "the defaults that are made can be read");
+        const QStringList all = scenario.described.names();
+        for (const QString &name : all) {
+            const auto wanted = scenario.described.byDefault(name);
+            if (wanted && !scenario.described.isSecret(name))
+                require(held->value(name).texts == *wanted, "each default is made:", name);
+        }
     }
 
     // Says which of the files answers.
@@ -386,14 +628,17 @@ private:
         if (end.status != 0)
             return;
         require(held != nullptr, "what is got is held:", name);
-        if (held->isText && !scenario.isJson && !scenario.start.isTerminal && isWhole(*held)) {
+        if (!scenario.isJson && !scenario.start.isTerminal && isWhole(*held)) {
             require(end.printed
                         == held->texts.first().toUtf8() + (scenario.hasRecords ? '\0' : '\n'),
                     "get prints the value:", held->texts.first());
         }
     }
 
-    static bool isWhole(const Found &held) { return held.texts.first().isValidUtf16(); }
+    static bool isWhole(const Found &held)
+    {
+        return held.isText && held.texts.first().isValidUtf16();
+    }
 
     void judgeList() const
     {
@@ -408,7 +653,7 @@ private:
             if (!name.isValidUtf16() || name.contains(QChar::ReplacementCharacter))
                 continue;
             require(held != nullptr, "what is listed is held:", name);
-            const bool isOpen = scenario.showsSecrets && isWhole(*held) && held->isText;
+            const bool isOpen = scenario.showsSecrets && isWhole(*held);
             require(!isOpen || row["value"].toString() == held->texts.first(),
                     "list shows the value:", name);
         }
@@ -429,6 +674,7 @@ private:
     Snapshot before;
     std::optional<Holding> written;
     std::optional<Holding> defaults;
+    std::optional<Holding> given;
     End end;
 };
 
@@ -437,6 +683,9 @@ private:
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     Input input(data, size);
-    Judge(input).judge();
+    const Judge judge(input);
+    if (qEnvironmentVariableIsSet("SHOW_RUNS"))
+        judge.show();
+    judge.judge();
     return 0;
 }

@@ -241,8 +241,31 @@ const QByteArray values[] = {
 };
 
 const QByteArray commands[] = {
-    "set",  "set",  "set",   "unset",   "unset", "unset",   "get",       "locale",
-    "list", "list", "check", "explain", "diff",  "logging", "locations", "complete",
+    "set",    "set",    "set",    "unset",   "unset",  "unset",   "get",       "locale",
+    "list",   "list",   "check",  "explain", "diff",   "logging", "locations", "complete",
+    "import", "import", "import", "reset",   "reset",  "migrate", "migrate",   "migrate",
+    "export", "export", "diff",   "schema",  "schema", "report",
+};
+
+const char *const globs[] = {
+    "a",   "Video",   "*",   "*level", "User", "Video/output",
+    "a/*", "Logging", "/a/", "Vidoe",  "[",    "\\",
+};
+
+// None of these is a description.
+const QByteArray brokenOnes[] = {
+    "",
+    "{",
+    "[]",
+    "{}",
+    "{\"settings\": []}",
+    "{\"settings\": {}} x",
+    "\xff",
+    "{\"settings\": {\"a\": {\"\x1b[31m\": 1}}}",
+    "{\"settings\": {\"a\": {\"type\": \"\\u001b\\u202e\"}}}",
+    "{\"settings\": {\"\\u009b\\n/\": {}}}",
+    "{\"settings\": {\"a\": {\"was\": [\"a\"]}}}",
+    "{\"settings\": {\"password\": {\"type\": \"int\", \"default\": \"hushhush\"}}}",
 };
 
 const QByteArray wildWords[] = {
@@ -293,7 +316,18 @@ const QByteArray wildWords[] = {
     "bash",        "fish",
     "--as-root",   "-1.5",
     "--x",         "--set",
-    "%s%n",
+    "%s%n",        "export",
+    "import",      "reset",
+    "migrate",     "schema",
+    "report",      "--with",
+    "--with=-",    "--only",
+    "--only=*",    "--replace",
+    "--keep",      "--keep=a",
+    "--prune",     "--effective",
+    "--describe",  "--no-schema",
+    "--schema",    "--schema=",
+    "new",         "conf",
+    "header",      "markdown",
 };
 
 bool begins(const QList<QByteArray> &words, const char *beginning)
@@ -319,6 +353,26 @@ QByteArray typed(Input &input)
     return bytes.replace('\0', "");
 }
 
+QByteArray describedEntry(Input &input)
+{
+    const QString name = Described::anyName(input);
+    const QString section = name.contains('/') ? name.section('/', 0, 0) : "General";
+    return '[' + section.toUtf8() + "]\n" + name.section('/', -1).toUtf8() + '='
+        + likely(input, texts);
+}
+
+QByteArray entry(Input &input)
+{
+    const QByteArray equals[] = {"=", "=", "=", " = ", "\t=", "= "};
+    const QByteArray name = input.byte() % 8 == 0 ? input.text().toLatin1() : likely(input, keys);
+    const QByteArray equal = input.oneOf(equals);
+    const unsigned which = input.byte() % 8;
+    return name + equal
+        + (which == 0      ? input.text().toLatin1()
+               : which < 4 ? likely(input, texts)
+                           : input.oneOf(texts));
+}
+
 } // namespace
 
 Scenario::Scenario(Input &input, Box &used)
@@ -335,6 +389,7 @@ Scenario::Scenario(Input &input, Box &used)
     if (!isWild)
         command = chosen;
     makeFiles(input);
+    makeDescription(input);
     addVariables(input);
     isWild ? composeWild(input) : compose(input);
     makeObstacles(input);
@@ -344,7 +399,8 @@ QString Scenario::settingName() const { return group->isEmpty() ? key : *group +
 
 bool Scenario::isWriter() const
 {
-    return command == "set" || command == "unset" || (command == "logging" && value);
+    return command == "set" || command == "unset" || command == "import" || command == "reset"
+        || command == "migrate" || (command == "logging" && value);
 }
 
 Start Scenario::startOf(const QList<QByteArray> &words) const
@@ -369,7 +425,7 @@ QByteArray Scenario::content(Input &input)
         if (kind < 8) {
             result += '[' + likely(input, sections) + ']';
         } else if (isHostile && kind == 8) {
-            const QByteArray marks[] = {"# ", "; ", "  ", "\t", "//"};
+            const QByteArray marks[] = {"# ", "; ", "  ", "\t", "//", "; CustomConfPersistent\n"};
             result += input.oneOf(marks) + input.text().toLatin1();
         } else if (isHostile && kind == 9) {
             result += input.text().toLatin1();
@@ -384,11 +440,7 @@ QByteArray Scenario::content(Input &input)
             result += likely(input, keys) + '=' + input.oneOf(packed);
             holdsPacked = true;
         } else {
-            const QByteArray equals[] = {"=", "=", "=", " = ", "\t=", "= "};
-            const QByteArray name =
-                input.byte() % 8 == 0 ? input.text().toLatin1() : likely(input, keys);
-            result += name + input.oneOf(equals)
-                + (input.byte() % 8 == 0 ? input.text().toLatin1() : input.oneOf(texts));
+            result += kind > 26 ? describedEntry(input) : entry(input);
         }
         result += input.oneOf(ends);
     }
@@ -417,6 +469,21 @@ void Scenario::makeFiles(Input &input)
     isStrange = true;
 }
 
+void Scenario::makeDescription(Input &input)
+{
+    const unsigned which = input.byte();
+    if (which % 2 == 0 && command != "migrate" && command != "schema")
+        return;
+    hasBadDescription = which % 32 == 31;
+    if (!hasBadDescription)
+        described = Described(input);
+    const bool isOther = !isWild && which >= 192;
+    if (isOther)
+        otherDescription = box.path("described.json");
+    Box::write(isOther ? otherDescription : descriptionFile(),
+               hasBadDescription ? input.oneOf(brokenOnes) : described.text());
+}
+
 // This comes once the command is known, because the command names the file.
 void Scenario::makeObstacles(Input &input)
 {
@@ -427,7 +494,8 @@ void Scenario::makeObstacles(Input &input)
     isOrdinary = false;
     const QString file = storage ? persistent + "s.db" : customFile();
     const QByteArray path = QFile::encodeName(file);
-    switch (which / 4 % 8) {
+    const QString read = which >= 128 ? descriptionFile() : box.path("given");
+    switch (which / 4 % 9) {
     case 0: { // a link to the file
         const QString other = box.path("elsewhere");
         QFile::rename(file, other);
@@ -462,6 +530,14 @@ void Scenario::makeObstacles(Input &input)
     case 6: // nobody reads a FIFO's other end
         QFile::remove(file);
         expect(mkfifo(path.constData(), 0600) == 0, "a FIFO can be made");
+        break;
+    case 7: // a file that is only read is no file
+        QFile::remove(read);
+        expect(mkfifo(qUtf8Printable(read), 0600) == 0, "a FIFO can be made");
+        if (read == descriptionFile() && otherDescription.isEmpty()) {
+            described = Described();
+            hasBadDescription = !after.contains("--no-schema");
+        }
         break;
     default: // a directory that everybody can write in
         chmod(qUtf8Printable(persistent), 0777);
@@ -570,15 +646,23 @@ void Scenario::addGetWords(Input &input, QList<QByteArray> &words)
         isNarrowed = false;
 }
 
+void Scenario::addGlob(Input &input, QList<QByteArray> &words)
+{
+    if (input.byte() % 4 != 0)
+        return;
+    glob = likely(input, globs);
+    words << glob->toUtf8();
+}
+
 void Scenario::addListWords(Input &input, QList<QByteArray> &words)
 {
-    isNarrowed = input.byte() % 4 == 0;
-    const QByteArray globs[] = {"a",      "*", "?",  "a/*", "Logging",
-                                "*level", "[", "\\", "a/b", "Vidoe"};
-    if (isNarrowed)
-        words << input.oneOf(globs);
-    if (command != "list")
+    addGlob(input, words);
+    isNarrowed = glob.has_value();
+    if (described.isValid() && input.byte() % 4 == 0) {
+        after << "--describe";
+        isDescribing = isNarrowed = true;
         return;
+    }
     addStorage(input);
     if (!storage && input.byte() % 4 == 0) {
         addOption(input, "--from", "custom");
@@ -586,6 +670,65 @@ void Scenario::addListWords(Input &input, QList<QByteArray> &words)
     }
     if (input.byte() % 4 == 0)
         after << "--keys";
+}
+
+// Makes the file that is imported, or compared with.
+QByteArray Scenario::givenWord(Input &input)
+{
+    const unsigned which = input.byte();
+    QFile custom(customFile());
+    const bool isCopy = which % 8 == 0 && custom.open(QFile::ReadOnly);
+    const QByteArray text = isCopy ? custom.readAll() : content(input);
+    given = box.path("given");
+    Box::write(*given, text);
+    if (which < 192)
+        return given->toUtf8();
+    start.input = text;
+    return "-";
+}
+
+void Scenario::addDiffWords(Input &input, QList<QByteArray> &words)
+{
+    addGlob(input, words);
+    const unsigned which = input.byte() % 8;
+    isBesideItself = which == 0;
+    if (isBesideItself)
+        addOption(input, "--with", persistent.toUtf8());
+    else if (which > 3)
+        addOption(input, "--with", givenWord(input));
+}
+
+void Scenario::addExportWords(Input &input, QList<QByteArray> &words)
+{
+    addGlob(input, words);
+    isEffective = input.byte() % 4 == 0;
+    if (isEffective)
+        after << "--effective";
+    else
+        addStorage(input);
+}
+
+void Scenario::addImportWords(Input &input, QList<QByteArray> &words)
+{
+    words << givenWord(input);
+    isReplacing = input.flag();
+    if (isReplacing)
+        after << "--replace";
+    if (input.byte() % 4 == 0) {
+        glob = likely(input, globs);
+        addOption(input, "--only", glob->toUtf8());
+    }
+    addStorage(input);
+}
+
+void Scenario::addResetWords(Input &input, QList<QByteArray> &words)
+{
+    addGlob(input, words);
+    for (unsigned rest = input.byte() % 8; rest > 5; --rest) {
+        kept << likely(input, globs);
+        addOption(input, "--keep", kept.last().toUtf8());
+    }
+    addStorage(input);
 }
 
 // The words that are no options.
@@ -598,8 +741,23 @@ QList<QByteArray> Scenario::commandWords(Input &input)
         addUnsetWords(input, words);
     } else if (command == "get") {
         addGetWords(input, words);
-    } else if (command == "list" || command == "diff") {
+    } else if (command == "list") {
         addListWords(input, words);
+    } else if (command == "diff") {
+        addDiffWords(input, words);
+    } else if (command == "export") {
+        addExportWords(input, words);
+    } else if (command == "import") {
+        addImportWords(input, words);
+    } else if (command == "reset") {
+        addResetWords(input, words);
+    } else if (command == "migrate") {
+        isPruning = input.byte() % 4 == 0;
+        if (isPruning)
+            after << "--prune";
+    } else if (command == "schema") {
+        const QByteArray outputs[] = {"new", "conf", "markdown", "header"};
+        words << (made = input.oneOf(outputs));
     } else if (command == "explain") {
         addSetting(input, words);
     } else if (command == "check") {
@@ -635,6 +793,17 @@ void Scenario::chooseVariables(Input &input, unsigned which)
         hasVariables = false;
 }
 
+void Scenario::chooseDescription(Input &input)
+{
+    if (input.byte() % 16 == 15) {
+        after << "--no-schema";
+        described = Described();
+        hasBadDescription = false;
+    } else if (!otherDescription.isEmpty()) {
+        addOption(input, "--schema", otherDescription.toUtf8());
+    }
+}
+
 void Scenario::compose(Input &input)
 {
     if (command == "complete") {
@@ -647,8 +816,9 @@ void Scenario::compose(Input &input)
     if (hasRoot)
         addOption(input, "--root", box.path().toUtf8());
     const unsigned options = input.byte();
-    // A list in JSON says most of what is read.
-    const bool saysJson = command == "list" ? options % 8 != 0 : options % 2 == 0;
+    // A list in JSON says most of what is read. Few others have to refuse it.
+    const bool isOfJson = command != "export" && command != "schema";
+    const bool saysJson = command == "list" ? options % 8 != 0 : options % (isOfJson ? 2 : 8) == 0;
     const auto add = [&](bool isWanted, bool &isTold, const char *option) {
         isTold = isWanted;
         if (isWanted)
@@ -664,6 +834,7 @@ void Scenario::compose(Input &input)
     add((options & 64U) != 0, isOther, "-v");
     const unsigned others = input.byte();
     chooseVariables(input, others);
+    chooseDescription(input);
     add((others & 16U) != 0 && (others & 32U) != 0, isOther, "--as-root");
     QList<QByteArray> words = commandWords(input);
     if (isWriter()) {
