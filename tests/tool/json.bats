@@ -409,3 +409,40 @@ for path in pathlib.Path(sys.argv[2]).glob("*.json"):
             sys.exit(f"{path.name}: {word}: not in the manual")
 END
 }
+
+@test "the schemas, the manual and the page of what stays list the locations in the command's order" {
+    run "$STBCONFIG" get A b --from nowhere
+    local names=${output##*the beginning of }
+    run "$STBCONFIG" explain A b
+    local without
+    without=$(sed -n 's/^ *\([A-Za-z]*\) *this location has no backend$/\1/p' <<<"$output")
+    run "$STBCONFIG" report
+    local marks
+    marks=$(sed -n 's/^  held by \(.*\); the first one answers$/\1/p' <<<"$output")
+    python3 - "$BATS_TEST_DIRNAME/../.." "$names" "$without" "$marks" <<'END'
+import json, pathlib, re, sys
+
+root, names, without, marks = pathlib.Path(sys.argv[1]), *(words.replace("\n", ", ").split(", ") for words in sys.argv[2:])
+found = {}
+
+def text(path):
+    found["file"] = path
+    return re.sub(r"\s+", " ", (root / path).read_text(encoding="utf-8"))
+
+def require(wanted, listed):
+    if wanted != listed:
+        sys.exit(f"{found['file']}: lists {listed}, not {wanted}")
+
+definitions = json.loads(text("tools/stbconfig/schemas/definitions.json"))
+require(names, definitions["$defs"]["location"]["enum"])
+manual = text("tools/stbconfig/man/stbconfig.1.scd")
+sentence = re.search(r"A _LOCATION_ is the beginning of (.*?), in any case", manual)[1]
+require(names, re.split(r", | or ", sentence))
+sentence = re.search(r"the one that answers first: (.*?); then", manual)[1]
+require(marks, sentence.replace("*", "").replace("the ", "").split(", "))
+page = text("tools/stbconfig/man/stbapp.conf.5.scd")
+require([name for name in names if name not in without], re.findall(r" \. (\w+):", page))
+page = text("docs/compatibility.md")
+require(names, re.findall(r"`(\w+)`", re.search(r"\| locations \|(.*?);", page)[1]))
+END
+}

@@ -5,6 +5,7 @@
 
 #include "names.h"
 #include "problem.h"
+#include "provenance.h"
 #include "way.h"
 
 #include <QtCore/QDir>
@@ -12,6 +13,8 @@
 
 #include <cstring>
 #include <utility>
+
+using stbconfig::ConfigurationManager;
 
 namespace {
 
@@ -76,9 +79,21 @@ void Files::note(const Way &way)
         m_shared = way.shared;
 }
 
-QString Files::customFile() const { return m_persistentPrefix + names::customFile; }
+QString Files::fileOf(const provenance::Facts &facts) const
+{
+    const bool isWritten = facts.keeper == provenance::Keeper::WrittenFile;
+    return (isWritten ? m_persistentPrefix : m_defaultsPrefix) + facts.text;
+}
 
-QString Files::defaultsFile() const { return m_defaultsPrefix + names::defaultsFile; }
+QString Files::customFile() const
+{
+    return fileOf(provenance::factsOf(ConfigurationManager::CustomConfPersistent));
+}
+
+QString Files::defaultsFile() const
+{
+    return fileOf(provenance::factsOf(ConfigurationManager::StbappConfDefault));
+}
 
 QString Files::descriptionFile() const { return m_defaultsPrefix + names::descriptionFile; }
 
@@ -105,9 +120,19 @@ QStringList Files::storageNames() const
     return result;
 }
 
+QStringList Files::ofLocations() const
+{
+    QStringList result;
+    for (const provenance::Facts &facts : provenance::byPrecedence) {
+        if (facts.hasFile())
+            result.append(fileOf(facts));
+    }
+    return result;
+}
+
 QStringList Files::all() const
 {
-    QStringList result{customFile(), defaultsFile()};
+    QStringList result = ofLocations();
     const QStringList storages = storageNames();
     for (const QString &name : storages)
         result.append(storageFile(name));
@@ -116,7 +141,7 @@ QStringList Files::all() const
 
 QStringList Files::openedAtOnce() const
 {
-    QStringList result{customFile(), defaultsFile(), storageFile(names::firstStorage)};
+    QStringList result = ofLocations() << storageFile(names::firstStorage);
     if (m_storage && *m_storage != names::firstStorage)
         result.append(storageFile(*m_storage));
     return result;

@@ -11,6 +11,10 @@
 
 #include <optional>
 
+namespace provenance {
+struct Facts;
+}
+
 // What the user says of the files' places.
 struct Places
 {
@@ -28,6 +32,8 @@ public:
     /// directory.
     explicit Files(const Places &places, std::optional<QString> storage = {});
 
+    /// Returns the file of a location that has one.
+    QString fileOf(const provenance::Facts &facts) const;
     QString customFile() const;
     QString defaultsFile() const;
     QString descriptionFile() const;
@@ -36,6 +42,8 @@ public:
     QString writtenFile() const { return m_storage ? storageFile(*m_storage) : customFile(); }
     /// Returns the names of the storages that have a file.
     QStringList storageNames() const;
+    /// Returns the files of all locations.
+    QStringList ofLocations() const;
     /// Returns all files, whether they exist or not.
     QStringList all() const;
     /// Returns the files that the library opens when the command starts to look.

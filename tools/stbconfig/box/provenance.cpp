@@ -10,24 +10,22 @@
 #include <QtCore/QMetaEnum>
 
 #include <algorithm>
-
-using stbconfig::ConfigurationManager;
+#include <iterator>
 
 namespace provenance {
-namespace {
 
-constexpr Location byPrecedence[] = {
-    ConfigurationManager::CustomConfPersistent, ConfigurationManager::TemporaryApplicationStorage,
-    ConfigurationManager::EnvironmentVariables, ConfigurationManager::StbappConfDefault,
-    ConfigurationManager::DhcpOptionsConf};
-
-} // namespace
+const Facts &factsOf(Location location)
+{
+    return *std::find_if(std::cbegin(byPrecedence), std::cend(byPrecedence),
+                         [location](const Facts &facts) { return facts.location == location; });
+}
 
 QVector<Answer> ask(const ConfigurationManager &manager, const Setting &setting)
 {
     const QSet<Location> locations = manager.readOnlyStorages() + manager.dynamicStorages();
     QVector<Answer> answers;
-    for (const Location location : byPrecedence) {
+    for (const Facts &facts : byPrecedence) {
+        const Location location = facts.location;
         Answer answer{location, locations.contains(location), false, {}};
         if (answer.hasStorage) {
             const auto *storage = manager.readOnlyStorage(location);
@@ -61,23 +59,24 @@ QString locationName(Location location)
 QStringList locationNames()
 {
     QStringList result;
-    for (const Location location : byPrecedence)
-        result.append(locationName(location));
+    for (const Facts &facts : byPrecedence)
+        result.append(locationName(facts.location));
     return result;
 }
 
 Location locationNamed(const QString &word)
 {
-    for (const Location location : byPrecedence) {
+    for (const Facts &facts : byPrecedence) {
+        const Location location = facts.location;
         if (!word.isEmpty() && locationName(location).startsWith(word, Qt::CaseInsensitive))
             return location;
     }
     // The names are long, so the word is compared with their beginnings.
     QStringList beginnings;
-    for (const Location location : byPrecedence)
-        beginnings.append(locationName(location).left(word.size()));
-    const auto nearest = beginnings.indexOf(names::nearest(word, beginnings));
     const QStringList all = locationNames();
+    for (const QString &name : all)
+        beginnings.append(name.left(word.size()));
+    const auto nearest = beginnings.indexOf(names::nearest(word, beginnings));
     throw Failure{Misuse,
                   {word, "no such location",
                    nearest < 0 ? "use the beginning of " + all.join(", ")

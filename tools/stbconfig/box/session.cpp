@@ -22,8 +22,10 @@ Session::Session(const Files &files) : m_files(files)
     const child::MemoryLimit memory(size);
     m_manager = std::make_unique<ConfigurationManager>(files.persistentPrefix(),
                                                        files.defaultsPrefix(), nullptr);
-    open(files.defaultsFile(), readable(ConfigurationManager::StbappConfDefault));
-    open(files.customFile(), readable(ConfigurationManager::CustomConfPersistent));
+    for (const provenance::Facts &facts : provenance::byPrecedence) {
+        if (facts.hasFile())
+            open(files.fileOf(facts), readable(facts.location));
+    }
     if (files.storage())
         open(files.writtenFile(), written());
 }
@@ -49,15 +51,20 @@ stbconfig::IStorableBackend &Session::written() const
 
 void Session::requireReadableFiles() const
 {
-    requireReadable(m_files.customFile(), readable(ConfigurationManager::CustomConfPersistent));
-    requireReadableDefaults();
+    for (const provenance::Facts &facts : provenance::byPrecedence) {
+        if (facts.hasFile())
+            requireReadable(m_files.fileOf(facts), readable(facts.location));
+    }
 }
 
 void Session::requireReadableStorage() const { requireReadable(m_files.writtenFile(), written()); }
 
 void Session::requireReadableDefaults() const
 {
-    requireReadable(m_files.defaultsFile(), readable(ConfigurationManager::StbappConfDefault));
+    for (const provenance::Facts &facts : provenance::byPrecedence) {
+        if (facts.keeper == provenance::Keeper::ImageFile)
+            requireReadable(m_files.fileOf(facts), readable(facts.location));
+    }
 }
 
 void Session::requireReadable(const QString &file, const stbconfig::IReadableBackend &storage) const
@@ -77,24 +84,18 @@ QVector<provenance::Answer> Session::ask(const Setting &setting) const
 
 QString Session::source(provenance::Location location, const Setting &setting) const
 {
-    switch (location) {
-    case ConfigurationManager::CustomConfPersistent:
-        return m_files.customFile();
-    case ConfigurationManager::StbappConfDefault:
-        return m_files.defaultsFile();
-    case ConfigurationManager::EnvironmentVariables:
-        return setting.variable();
-    case ConfigurationManager::DhcpOptionsConf:
-    case ConfigurationManager::TemporaryApplicationStorage:
-        break;
-    }
-    return {};
+    const provenance::Facts &facts = provenance::factsOf(location);
+    if (facts.hasFile())
+        return m_files.fileOf(facts);
+    return facts.keeper == provenance::Keeper::Variables ? setting.variable() : QString();
 }
 
 QStringList Session::knownSettings() const
 {
-    QStringList known = m_settings[m_files.customFile()] + m_settings[m_files.defaultsFile()]
-        + names::ofTheLibrary() + names::described();
+    QStringList known = names::ofTheLibrary() + names::described();
+    const QStringList files = m_files.ofLocations();
+    for (const QString &file : files)
+        known += m_settings[file];
     known.removeDuplicates();
     known.sort();
     return known;

@@ -30,9 +30,9 @@ public:
     /// Returns the storage that --storage names, otherwise the custom one.
     stbconfig::IStorableBackend &written() const;
 
-    /// Ends with CannotRead if custom.conf or stbapp.conf cannot be read as a whole.
+    /// Ends with CannotRead if the file of a location cannot be read as a whole.
     void requireReadableFiles() const;
-    /// These do the same for the written file alone, and for stbapp.conf alone.
+    /// These do the same for the written file alone, and for the files of the image alone.
     void requireReadableStorage() const;
     void requireReadableDefaults() const;
 

@@ -10,15 +10,13 @@
 
 #include <algorithm>
 
-using stbconfig::ConfigurationManager;
-
 namespace check {
 namespace {
 
 // A setting as one location holds it.
 struct Held
 {
-    provenance::Location location;
+    const provenance::Facts &facts;
     const stbconfig::IReadableBackend &storage;
     QString name;
     QString place;
@@ -71,10 +69,11 @@ public:
 private:
     void add(Id id, const Held &held, const QString &what, const QString &remedy)
     {
-        all.append({id,
-                    {held.place,
-                     output::printable(provenance::locationName(held.location) + " holds " + what),
-                     output::printable(remedy)}});
+        all.append(
+            {id,
+             {held.place,
+              output::printable(provenance::locationName(held.facts.location) + " holds " + what),
+              output::printable(remedy)}});
     }
 
     void lookAtValue(const Held &held, const Described &described)
@@ -108,12 +107,12 @@ private:
 
     static bool isCustom(const Held &held)
     {
-        return held.location == ConfigurationManager::CustomConfPersistent;
+        return held.facts.keeper == provenance::Keeper::WrittenFile;
     }
 
     static bool isDefault(const Held &held)
     {
-        return held.location == ConfigurationManager::StbappConfDefault;
+        return held.facts.keeper == provenance::Keeper::ImageFile;
     }
 
     const Description &description;
@@ -122,23 +121,23 @@ private:
     Findings &all;
 };
 
-void ofFile(const Session &session, provenance::Location location, Judge &judge)
+void ofFile(const Session &session, const provenance::Facts &facts, Judge &judge)
 {
-    const auto &storage = session.readable(location);
-    const QString file = session.source(location, {});
+    const auto &storage = session.readable(facts.location);
+    const QString file = session.files().fileOf(facts);
     const QHash<QString, RawLine> lines = linesOf(file, session.files().root());
     QStringList all = storage.allKeys();
     all.sort();
     for (const QString &name : qAsConst(all)) {
         const QString line = QString::number(lines.value(name).number);
-        judge.look({location, storage, name, file + ':' + line + ": " + name});
+        judge.look({facts, storage, name, file + ':' + line + ": " + name});
     }
 }
 
-void ofVariables(const Session &session, const Description &description, Judge &judge)
+void ofVariables(const Session &session, const provenance::Facts &facts,
+                 const Description &description, Judge &judge)
 {
-    const auto location = ConfigurationManager::EnvironmentVariables;
-    const auto &storage = session.readable(location);
+    const auto &storage = session.readable(facts.location);
     const auto meanings = meaningsOfVariables(session, description);
     for (auto it = meanings.cbegin(); it != meanings.cend(); ++it) {
         // A name that has changed only in case still has the same variable.
@@ -150,7 +149,7 @@ void ofVariables(const Session &session, const Description &description, Judge &
             if (isOfToday && description.findOld(setting))
                 continue;
             if (storage.contains(setting.group, setting.key))
-                judge.look({location, storage, name, it.key()});
+                judge.look({facts, storage, name, it.key()});
         }
     }
 }
@@ -162,9 +161,12 @@ void againstDescription(const Session &session, const Context &context, Findings
     if (!context.description.exists())
         return;
     Judge judge(context, findings);
-    ofFile(session, ConfigurationManager::CustomConfPersistent, judge);
-    ofVariables(session, context.description, judge);
-    ofFile(session, ConfigurationManager::StbappConfDefault, judge);
+    for (const provenance::Facts &facts : provenance::byPrecedence) {
+        if (facts.hasFile())
+            ofFile(session, facts, judge);
+        else if (facts.keeper == provenance::Keeper::Variables)
+            ofVariables(session, facts, context.description, judge);
+    }
 }
 
 } // namespace check

@@ -18,8 +18,6 @@
 #include <algorithm>
 #include <chrono>
 
-using stbconfig::ConfigurationManager;
-
 namespace check {
 namespace {
 
@@ -207,8 +205,13 @@ bool ofFile(const Role &role, const QString &root, const QDeadlineTimer &deadlin
 
 QVector<Role> rolesOf(const Files &files, const Description &description)
 {
-    QVector<Role> roles{{files.customFile(), true, {}, &description},
-                        {files.defaultsFile(), false, {}, &description}};
+    QVector<Role> roles;
+    for (const provenance::Facts &facts : provenance::byPrecedence) {
+        if (facts.hasFile()) {
+            const bool isWritten = facts.keeper == provenance::Keeper::WrittenFile;
+            roles.append({files.fileOf(facts), isWritten, {}, &description});
+        }
+    }
     const QStringList names = files.storageNames();
     for (const QString &name : names)
         roles.append({files.storageFile(name), true, name, nullptr});
@@ -277,10 +280,12 @@ QStringList files(const Files &files, const Description &description, Findings &
 void storages(const Session &session, const QStringList &harmless, Findings &findings)
 {
     const Files &places = session.files();
-    ofStorage(places.customFile(), places.root(),
-              session.readable(ConfigurationManager::CustomConfPersistent), findings);
-    ofStorage(places.defaultsFile(), places.root(),
-              session.readable(ConfigurationManager::StbappConfDefault), findings);
+    for (const provenance::Facts &facts : provenance::byPrecedence) {
+        if (facts.hasFile()) {
+            ofStorage(places.fileOf(facts), places.root(), session.readable(facts.location),
+                      findings);
+        }
+    }
     const QStringList names = places.storageNames();
     for (const QString &name : names) {
         const QString file = places.storageFile(name);

@@ -56,6 +56,14 @@ constexpr Severity severities[] = {Severity::Error, Severity::Warning, Severity:
 
 } // namespace
 
+QStringList idNames()
+{
+    QStringList result;
+    for (const Kind &kind : kinds)
+        result.append(kind.name);
+    return result;
+}
+
 QString nameOf(Id id) { return kindOf(id).name; }
 
 Severity severityOf(Id id) { return kindOf(id).severity; }
@@ -81,12 +89,10 @@ bool isOfReading(Id id)
 
 Id idNamed(const QString &word)
 {
-    QStringList all;
-    for (const Kind &kind : kinds) {
-        if (word == kind.name)
-            return static_cast<Id>(all.size());
-        all.append(kind.name);
-    }
+    const QStringList all = idNames();
+    const auto id = all.indexOf(word);
+    if (id >= 0)
+        return static_cast<Id>(id);
     throw Failure{Misuse,
                   {word, "no such finding", names::suggestion(word, all, "see man stbconfig")}};
 }

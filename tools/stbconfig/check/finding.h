@@ -58,6 +58,8 @@ struct Finding
 
 using Findings = QVector<Finding>;
 
+/// Returns the names of all findings.
+QStringList idNames();
 QString nameOf(Id id);
 Severity severityOf(Id id);
 QString nameOf(Severity severity);

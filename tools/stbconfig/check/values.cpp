@@ -58,17 +58,18 @@ void text(const Setting &setting, const QString &text, const QString &place, con
 void values(const Session &session, const Description &description, Findings &findings)
 {
     const auto &defaults = session.readable(ConfigurationManager::StbappConfDefault);
-    for (const auto location :
-         {ConfigurationManager::CustomConfPersistent, ConfigurationManager::StbappConfDefault}) {
-        const bool isDefault = location == ConfigurationManager::StbappConfDefault;
+    for (const provenance::Facts &facts : provenance::byPrecedence) {
+        if (!facts.hasFile())
+            continue;
+        const bool isDefault = facts.keeper == provenance::Keeper::ImageFile;
         const QString remedy = isDefault ? "correct it in the image" : "";
-        const auto &storage = session.readable(location);
+        const auto &storage = session.readable(facts.location);
         QStringList all = storage.allKeys();
         all.sort();
         for (const QString &name : qAsConst(all)) {
             const Setting setting = Setting::named(name);
             const QVariant value = storage.value(setting.group, setting.key);
-            const QString place = session.source(location, setting) + ": " + name;
+            const QString place = session.files().fileOf(facts) + ": " + name;
             if (const auto problem = loggingreader::misreading(setting, value.toString())) {
                 findings.append(
                     {Id::LoggingValue,

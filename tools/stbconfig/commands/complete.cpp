@@ -257,14 +257,6 @@ QStringList processes(const Typed &, const QString &)
     return result;
 }
 
-QStringList findings(const Typed &, const QString &)
-{
-    QStringList result;
-    for (int id = 0; id <= static_cast<int>(check::Id::Redundant); ++id)
-        result.append(check::nameOf(static_cast<check::Id>(id)));
-    return result;
-}
-
 QStringList severities(const Typed &, const QString &)
 {
     return {check::nameOf(check::Severity::Error), check::nameOf(check::Severity::Warning),
@@ -289,7 +281,7 @@ Source sourceOf(const QString &name)
          [](const Typed &typed, const QString &) { return filesOf(typed).storageNames(); }},
         {"--group", groups},
         {"--fail-on", severities},
-        {"--ignore", findings},
+        {"--ignore", [](const Typed &, const QString &) { return check::idNames(); }},
         {"setting", settingNames},
         {"glob", patterns},
         {"--keep", patterns},

@@ -21,8 +21,9 @@ QString reason(const Answer &answer, const Answer *winner)
         return "answers";
     if (winner && answer.isHeld)
         return "shadowed by " + locationName(winner->location);
-    if (answer.location == ConfigurationManager::TemporaryApplicationStorage)
-        return "lives in the application's memory, unseen here";
+    const provenance::Facts &facts = provenance::factsOf(answer.location);
+    if (facts.keeper == provenance::Keeper::Memory)
+        return QString("lives ") + facts.text + ", unseen here";
     return "not set";
 }
 

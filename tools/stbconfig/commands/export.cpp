@@ -60,11 +60,10 @@ Exported effectiveOnes(const Context &context, const QString &glob)
             continue;
         const auto answers = session.ask(Setting::named(name));
         const auto *winner = provenance::winner(answers);
-        using stbconfig::ConfigurationManager;
-        const bool isForeign = (winner->location == ConfigurationManager::CustomConfPersistent
-                                && holdings.foreign.contains(name))
-            || (winner->location == ConfigurationManager::StbappConfDefault
-                && holdings.foreignDefaults.contains(name));
+        const provenance::Keeper keeper = provenance::factsOf(winner->location).keeper;
+        const bool isForeign =
+            (keeper == provenance::Keeper::WrittenFile && holdings.foreign.contains(name))
+            || (keeper == provenance::Keeper::ImageFile && holdings.foreignDefaults.contains(name));
         add(result, context, name, winner->value, isForeign);
         result.origins.insert(name, provenance::locationName(winner->location));
     }

@@ -8,8 +8,6 @@
 
 #include <QtCore/QFileInfo>
 
-using stbconfig::ConfigurationManager;
-
 namespace {
 
 QString inWords(const QFileInfo &info, const QFileInfo &directory, bool hasLock)
@@ -29,28 +27,22 @@ QString inWords(const QFileInfo &info, const QFileInfo &directory, bool hasLock)
     return words.join(", ");
 }
 
-output::Row rowOf(provenance::Location location, const QString &note)
-{
-    const QString name = provenance::locationName(location);
-    return {QJsonObject{{"name", name}, {"note", note}},
-            {output::padded(name, 28) + note},
-            {name, note, QString()}};
-}
-
 ExitStatus locations(const Context &context)
 {
     const Files &files = context.files;
-    QVector<output::Row> rows{
-        rows::ofFile(provenance::locationName(ConfigurationManager::CustomConfPersistent),
-                     files.customFile(), files.root()),
-        rows::ofFile(provenance::locationName(ConfigurationManager::StbappConfDefault),
-                     files.defaultsFile(), files.root())};
+    QVector<output::Row> rows;
+    for (const provenance::Facts &facts : provenance::byPrecedence) {
+        if (facts.hasFile())
+            rows.append(rows::ofFile(provenance::locationName(facts.location), files.fileOf(facts),
+                                     files.root()));
+    }
     const QStringList names = files.storageNames();
     for (const QString &name : names)
         rows.append(rows::ofFile(name, files.storageFile(name), files.root()));
-    rows << rowOf(ConfigurationManager::TemporaryApplicationStorage, "in the application's memory")
-         << rowOf(ConfigurationManager::EnvironmentVariables, "variables STBAPP_GROUP_KEY")
-         << rowOf(ConfigurationManager::DhcpOptionsConf, "no backend");
+    for (const provenance::Facts &facts : provenance::byPrecedence) {
+        if (!facts.hasFile())
+            rows.append(rows::withoutFile(facts));
+    }
     output::lines(rows, context.arguments.format);
     return Done;
 }
@@ -79,6 +71,14 @@ output::Row ofFile(const QString &name, const QString &file, const QString &root
             {output::padded(output::safe(name), 28) + output::safe(file),
              QString(28, ' ') + output::safe(state)},
             {name, state, file}};
+}
+
+output::Row withoutFile(const provenance::Facts &facts)
+{
+    const QString name = provenance::locationName(facts.location);
+    return {QJsonObject{{"name", name}, {"note", facts.text}},
+            {output::padded(name, 28) + facts.text},
+            {name, facts.text, QString()}};
 }
 
 } // namespace rows

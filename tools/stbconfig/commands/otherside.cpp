@@ -33,7 +33,8 @@ bool isThere(const QString &file)
 
 bool isThere(const Files &files)
 {
-    return isThere(files.customFile()) || isThere(files.defaultsFile());
+    const QStringList all = files.ofLocations();
+    return std::any_of(all.cbegin(), all.cend(), [](const QString &file) { return isThere(file); });
 }
 
 struct Place
@@ -52,11 +53,15 @@ Place placeOf(const QString &path, const Places &places)
     const Files image({places.persistentPrefix, places.defaultsPrefix, path, places.asRoot});
     if (isThere(image))
         return {image, BothFiles};
+    QStringList names;
+    for (const provenance::Facts &facts : provenance::byPrecedence) {
+        if (facts.hasFile())
+            names.append(facts.text);
+    }
     throw Failure{CannotRead,
                   {path,
-                   QString("holds neither ") + names::customFile + " nor " + names::defaultsFile
-                       + ", and is no image that has " + image.customFile() + " or "
-                       + image.defaultsFile(),
+                   "holds neither " + names.join(" nor ") + ", and is no image that has "
+                       + image.ofLocations().join(" or "),
                    "name a box's directory, an image's or an exported file"}};
 }
 

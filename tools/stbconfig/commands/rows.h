@@ -15,6 +15,7 @@ QVector<output::Row> ofDifferences(const Session &session, const QString &glob,
                                    const output::Format &format);
 QVector<output::Row> ofLogging(const Session &session, const output::Format &format);
 output::Row ofFile(const QString &name, const QString &file, const QString &root);
+output::Row withoutFile(const provenance::Facts &facts);
 output::Row ofFinding(const check::Finding &finding);
 
 } // namespace rows

@@ -123,12 +123,6 @@ output::Row nameless(output::Row row, const QString &name)
     return row;
 }
 
-output::Row rowOf(provenance::Location location, const QString &note)
-{
-    const QString name = provenance::locationName(location);
-    return {QJsonObject{{"name", name}, {"note", note}}, {}, {name, note, QString()}};
-}
-
 QString storageTitle(int number) { return QString("storage %1").arg(number); }
 
 // Returns who holds it, the strongest first, then the sign of what the diff says.
@@ -137,11 +131,8 @@ QString markOf(const QVector<Answer> &answers, const Answer &winner)
     const Answer &defaults = provenance::of(answers, ConfigurationManager::StbappConfDefault);
     QString mark;
     for (const Answer &answer : answers) {
-        if (answer.isHeld) {
-            mark += answer.location == ConfigurationManager::CustomConfPersistent ? 'c'
-                : answer.location == ConfigurationManager::EnvironmentVariables   ? 'e'
-                                                                                  : 'd';
-        }
+        if (answer.isHeld)
+            mark += provenance::factsOf(answer.location).mark;
     }
     if (winner.location == defaults.location)
         return mark;
@@ -323,8 +314,10 @@ QVector<output::Row> locations(const Files &files)
     const auto add = [&](const QString &name, const QString &file) {
         rows.append(withOwner(rows::ofFile(name, file, files.root()), file));
     };
-    add(provenance::locationName(ConfigurationManager::CustomConfPersistent), files.customFile());
-    add(provenance::locationName(ConfigurationManager::StbappConfDefault), files.defaultsFile());
+    for (const provenance::Facts &facts : provenance::byPrecedence) {
+        if (facts.hasFile())
+            add(provenance::locationName(facts.location), files.fileOf(facts));
+    }
     int number = 0;
     const QStringList names = files.storageNames();
     for (const QString &name : names) {
@@ -332,9 +325,10 @@ QVector<output::Row> locations(const Files &files)
         if (name != names::firstStorage)
             rows.last() = nameless(rows.last(), storageTitle(++number));
     }
-    rows << rowOf(ConfigurationManager::TemporaryApplicationStorage, "in the application's memory")
-         << rowOf(ConfigurationManager::EnvironmentVariables, "variables STBAPP_GROUP_KEY")
-         << rowOf(ConfigurationManager::DhcpOptionsConf, "no backend");
+    for (const provenance::Facts &facts : provenance::byPrecedence) {
+        if (!facts.hasFile())
+            rows.append(rows::withoutFile(facts));
+    }
     return rows;
 }
 

@@ -233,10 +233,10 @@ private:
         try {
             const Scratch scratch(context.arguments.places.asRoot);
             const Files links = scratch.files();
-            if (harmless.contains(files.customFile()))
-                QFile::link(absolute(files.customFile()), links.customFile());
-            if (harmless.contains(files.defaultsFile()))
-                QFile::link(absolute(files.defaultsFile()), links.defaultsFile());
+            for (const provenance::Facts &facts : provenance::byPrecedence) {
+                if (facts.hasFile() && harmless.contains(files.fileOf(facts)))
+                    QFile::link(absolute(files.fileOf(facts)), links.fileOf(facts));
+            }
             return tell(links);
         } catch (const Failure &failure) {
             problems.append(failure.problem);
@@ -288,18 +288,29 @@ private:
             output::line(line);
     }
 
+    static QString holders()
+    {
+        QStringList result;
+        for (const auto &[location, keeper, text, mark] : provenance::byPrecedence) {
+            if (mark != 0) {
+                result.append(QString(mark) + ' '
+                              + (keeper == provenance::Keeper::Variables ? "environment" : text));
+            }
+        }
+        return result.join(", ");
+    }
+
     QStringList settingLines(const Part &settings, QStringList::size_type before) const
     {
         constexpr QStringList::size_type mostLines = 200;
         constexpr QStringList::size_type least = 100; // however many lines stand before
-        QStringList lines{
-            QString(),
-            QString("Settings: %1, values masked: %2, names left out: %3")
-                .arg(settings.items.size())
-                .arg(settings.json["masked"].toInt())
-                .arg(hidden.settings.size()),
-            "  held by c custom.conf, e environment, d stbapp.conf; the first one answers",
-            "  + is added to the defaults, * changed (the default), = equal"};
+        QStringList lines{QString(),
+                          QString("Settings: %1, values masked: %2, names left out: %3")
+                              .arg(settings.items.size())
+                              .arg(settings.json["masked"].toInt())
+                              .arg(hidden.settings.size())};
+        lines += layout::wrapped("held by " + holders() + "; the first one answers", 2);
+        lines.append("  + is added to the defaults, * changed (the default), = equal");
         const auto room = std::max(mostLines - before - lines.size(), least);
         return lines + layout::settings(settings.items, room);
     }

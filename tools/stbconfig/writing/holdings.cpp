@@ -14,8 +14,7 @@
 
 #include <algorithm>
 #include <cerrno>
-
-using stbconfig::ConfigurationManager;
+#include <iterator>
 
 namespace writing {
 namespace {
@@ -53,6 +52,31 @@ QStringList foreignOnes(const Files &files, const QString &file, const Entries &
     return result;
 }
 
+// Returns what the files of the image answer together.
+Entries defaultsOf(const Session &session)
+{
+    Entries result;
+    for (auto facts = std::crbegin(provenance::byPrecedence);
+         facts != std::crend(provenance::byPrecedence); ++facts) {
+        if (facts->keeper != provenance::Keeper::ImageFile)
+            continue;
+        const Entries held = entries::of(session.readable(facts->location));
+        for (auto it = held.cbegin(); it != held.cend(); ++it)
+            result.insert(it.key(), *it);
+    }
+    return result;
+}
+
+QStringList foreignDefaults(const Files &files, const Entries &defaults)
+{
+    QStringList result;
+    for (const provenance::Facts &facts : provenance::byPrecedence) {
+        if (facts.keeper == provenance::Keeper::ImageFile)
+            result += foreignOnes(files, files.fileOf(facts), defaults);
+    }
+    return result;
+}
+
 } // namespace
 
 Holdings inspect(const Files &files, bool wantsDefaults)
@@ -64,9 +88,9 @@ Holdings inspect(const Files &files, bool wantsDefaults)
         session.requireReadableStorage();
         Holdings holdings;
         holdings.written = entries::of(session.written());
-        holdings.defaults = entries::of(session.readable(ConfigurationManager::StbappConfDefault));
+        holdings.defaults = defaultsOf(session);
         holdings.foreign = foreignOnes(files, files.writtenFile(), holdings.written);
-        holdings.foreignDefaults = foreignOnes(files, files.defaultsFile(), holdings.defaults);
+        holdings.foreignDefaults = foreignDefaults(files, holdings.defaults);
         // Somebody has disguised the type, which happens only by hand, so any entry may be the one.
         if (isTypeForeign && holdings.foreign.isEmpty() && holdings.foreignDefaults.isEmpty())
             holdings.foreign = holdings.written.keys();

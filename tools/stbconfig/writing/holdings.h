@@ -13,7 +13,7 @@ namespace writing {
 struct Holdings
 {
     Entries written; // in the file that is to be written
-    Entries defaults;
+    Entries defaults; // in the files of the image
     // The names of entries that may be of a type which only the application can write.
     QStringList foreign;
     QStringList foreignDefaults;
