@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-#ifndef STBCONFIG_TESTS_FAULTS_WAYSOUT_H
-#define STBCONFIG_TESTS_FAULTS_WAYSOUT_H
+#ifndef STBCONFIG_EXAMPLES_WAYSOUT_H
+#define STBCONFIG_EXAMPLES_WAYSOUT_H
 
-// What an application can do about a change that does not reach the disk. docs/reliability.md
-// quotes these functions word for word.
+// What an application can do about a change that does not reach the disk. Copy what you need;
+// docs/reliability.md says when to call which function, and the tests of the faults call them all.
 
 #include <stbconfig/backendinterfaces.h>
 #include <stbconfig/configurationmanager.h>
