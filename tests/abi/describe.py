@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
-"""Describes the binary interface of a library built with debug information, as abidiff reads it.
+"""Describes the binary interface of a library, as its debug information tells it.
 
 usage: describe.py LIBRARY
 
