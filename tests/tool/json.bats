@@ -418,7 +418,7 @@ END
     without=$(sed -n 's/^ *\([A-Za-z]*\) *this location has no backend$/\1/p' <<<"$output")
     run "$STBCONFIG" report
     local marks
-    marks=$(sed -n 's/^  held by \(.*\); the first one answers$/\1/p' <<<"$output")
+    marks=$(tr -s ' \n' ' ' <<<"$output" | sed -n 's/.* held by \(.*\); the first one answers.*/\1/p')
     python3 - "$BATS_TEST_DIRNAME/../.." "$names" "$without" "$marks" <<'END'
 import json, pathlib, re, sys
 

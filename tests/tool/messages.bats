@@ -34,6 +34,13 @@ words_of_help()
     tail -n +4 "$BATS_TEST_DIRNAME/help.txt" | tr -s ' \n' '\n' | diff -U 5 - "$box/help"
 }
 
+@test "the manual names every option of the help" {
+    manual=$BATS_TEST_DIRNAME/../../tools/stbconfig/man/stbconfig.1.scd
+    for option in $(sed -n 's/^  \(--\?[a-z0-9-]*\) .*/\1/p' "$BATS_TEST_DIRNAME/help.txt" | sort -u); do
+        grep -qE -- "(^|[^a-z-])$option([^a-z-]|$)" "$manual" || { echo "$option: not in the manual"; return 1; }
+    done
+}
+
 @test "misuse is said with what to do" {
     says <<'END'
 2|get Video output --as nothing|nothing: no such type; use text, int, bool or list
