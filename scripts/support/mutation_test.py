@@ -149,13 +149,13 @@ class Case:
 
 
 class Cases:
-    """The command's tests, as scripts/coverage has seen them run."""
+    """The command's tests, as the phase coverage has seen them run."""
 
     def __init__(self, pool):
         if not self.are_measured():
-            run(ROOT / "scripts" / "coverage")
+            run(ROOT / ".ci" / "run", "coverage")
         if not self.are_measured():
-            raise Misfit("the command's tests do not say what they run; see scripts/coverage")
+            raise Misfit("the command's tests do not say what they run; see .ci/run coverage")
         self.all = list(pool.map(Case, sorted((COVERAGE / "cases").iterdir())))
 
     @staticmethod

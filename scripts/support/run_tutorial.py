@@ -1,6 +1,6 @@
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
-"""Usage: scripts/run-tutorial
+"""Usage: run_tutorial.py
        run_tutorial.py PAGE HEADING
 Does what docs/tutorial.md tells its reader, in a home folder of its own, and fails at a command that
 fails or prints something else than the page says. Of the page's blocks, "sh" is executed, "text" is

@@ -14,7 +14,7 @@ foreach(program IN ITEMS dirname grep)
 endforeach()
 
 set(ENV{PATH} "${programs}")
-execute_process(COMMAND /bin/sh "${SOURCE_DIR}/scripts/install-packages" build tool
+execute_process(COMMAND /bin/sh "${SOURCE_DIR}/scripts/support/install-packages" build tool
   RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE error)
 set(expected "install-packages: only root can install packages; ask root for: apt-get install \
 --no-install-recommends cmake g++ ninja-build qtbase5-dev libcli11-dev scdoc\n")

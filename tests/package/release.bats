@@ -11,7 +11,7 @@ setup()
     export LC_ALL=C.UTF-8 GIT_CONFIG_GLOBAL=/dev/null GIT_CONFIG_SYSTEM=/dev/null
     export GIT_AUTHOR_NAME=A GIT_AUTHOR_EMAIL=a@example.org GIT_COMMITTER_NAME=A GIT_COMMITTER_EMAIL=a@example.org
     tree=$BATS_TEST_TMPDIR/tree
-    mkdir -p "$tree/scripts" "$tree/debian" "$tree/tools/stbconfig" "$BATS_TEST_TMPDIR/bin"
+    mkdir -p "$tree/scripts/support" "$tree/debian" "$tree/tools/stbconfig" "$BATS_TEST_TMPDIR/bin"
     cd "$tree"
     cp "$BATS_TEST_DIRNAME/../../scripts/release" scripts
     echo "project(stbconfig VERSION 1.2.3 LANGUAGES CXX" >CMakeLists.txt
@@ -19,9 +19,8 @@ setup()
     printf 'stbconfig (1.2.3) bookworm; urgency=medium\n' >debian/changelog
     echo "SPDX-FileCopyrightText: 2020 B" >tools/stbconfig/cli11.txt
     echo /build/ >.gitignore
-    stand_in scripts/install-packages ":"
-    stand_in scripts/package 'mkdir -p build/packages && cat CMakeLists.txt >build/packages/a_amd64.deb'
-    stand_in scripts/cross-build 'echo $1 >build/packages/a_$1.deb'
+    stand_in scripts/support/install-packages ":"
+    stand_in scripts/package 'mkdir -p build/packages && cat CMakeLists.txt >build/packages/a_${1-amd64}.deb'
     stand_in "$BATS_TEST_TMPDIR/bin/dpkg-query" 'echo 2.1'
     stand_in "$BATS_TEST_TMPDIR/bin/reuse" \
         'printf "%s\n" "DocumentNamespace: http://a/b-$$" "Created: $(date +%N)" "FileName: ./CMakeLists.txt"'
