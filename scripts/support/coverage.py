@@ -3,7 +3,7 @@
 """Runs the tests of the library and of the command, and sees which lines and branches they take.
 
 Fails unless they take every line and both ways of every branch of stbconfig/ and tools/, or the
-line stands with its reason in tests/uncovered.txt. Counts what is written in the sources, by Clang:
+line stands with its reason in tests/mutation/uncovered.txt. Counts what is written in the sources, by Clang:
 GCC also counts the branches that a compiler adds for exceptions. build/coverage/report/index.html
 shows all of it; build/coverage/cases/ keeps what each test of the command runs.
 """
@@ -88,7 +88,7 @@ def counts():
 
 
 def judge():
-    blocks = (ROOT / "tests" / "uncovered.txt").read_text().strip().split("\n\n")
+    blocks = (ROOT / "tests" / "mutation" / "uncovered.txt").read_text().strip().split("\n\n")
     excused = {place for block in blocks if not block.startswith("##") for place in block.splitlines()[:-1]}
     total, covered, missing, places = collections.Counter(), collections.Counter(), {}, set()
     for folder, kind, place, taken in counts():
@@ -102,7 +102,7 @@ def judge():
     for place, kind in missing.items():
         print(f"coverage: {kind}: {place}")
     for place in sorted(excused - places):
-        print(f"coverage: tests/uncovered.txt: no such line: {place}")
+        print(f"coverage: tests/mutation/uncovered.txt: no such line: {place}")
     if missing or excused - places or len({folder for folder, kind in total}) != 2:
         sys.exit("coverage: not whole; build/coverage/report/index.html shows where, add the test")
 

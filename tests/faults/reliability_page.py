@@ -63,7 +63,7 @@ def complaints(root):
 def complaints_about_losses(root):
     page = (root / "docs/losses.md").read_text()
     tests = list(tests_in(root / "tests"))
-    titles = re.findall("^# (.*)", (root / "tests/mutations.txt").read_text(), re.M)
+    titles = re.findall("^# (.*)", (root / "tests/mutation/mutations.txt").read_text(), re.M)
     for pattern in re.findall(r"`([A-Z]\w+\.[\w*]+)`", page):
         if not fnmatch.filter(tests, pattern):
             yield f"no such test: {pattern}"

@@ -16,7 +16,7 @@ class Application
 {
 public:
     Application() : Application("") {}
-    /// Makes some of its system calls fail; tool/faults.cpp says how they are named.
+    /// Makes some of its system calls fail; support/faultycalls.cpp says how they are named.
     explicit Application(const char *faults);
     ~Application();
 

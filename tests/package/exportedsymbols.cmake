@@ -13,7 +13,7 @@ string(REPLACE "\n" ";" symbols "${symbols}")
 list(REMOVE_DUPLICATES symbols) # a constructor has one symbol for each use of its class
 list(SORT symbols)
 
-set(list "${CMAKE_CURRENT_LIST_DIR}/../exported_symbols.txt")
+set(list "${CMAKE_CURRENT_LIST_DIR}/exported_symbols.txt")
 if(ACCEPT)
   list(JOIN symbols "\n" lines)
   file(WRITE "${list}" "${lines}\n")
@@ -28,6 +28,6 @@ if(NOT symbols STREQUAL reviewed)
   list(REMOVE_ITEM missing ${symbols})
   list(JOIN added "\n  " added)
   list(JOIN missing "\n  " missing)
-  message(FATAL_ERROR "not the symbols of tests/exported_symbols.txt\n"
+  message(FATAL_ERROR "not the symbols of tests/package/exported_symbols.txt\n"
     "exported, but not reviewed:\n  ${added}\nreviewed, but not exported:\n  ${missing}")
 endif()

@@ -15,7 +15,7 @@ separate_arguments(flags UNIX_COMMAND "${flags}")
 set(directory "${WORK_DIR}/pkgconfig")
 file(REMOVE_RECURSE "${directory}")
 file(MAKE_DIRECTORY "${directory}")
-run("${COMPILER}" -std=c++17 -fPIC "${SOURCE_DIR}/tests/consumer/main.cpp" ${flags}
+run("${COMPILER}" -std=c++17 -fPIC "${SOURCE_DIR}/tests/package/consumer/main.cpp" ${flags}
   -o "${directory}/consumer")
 set(ENV{LD_LIBRARY_PATH} "${WORK_DIR}/installed/lib")
 run_built("${directory}/consumer" "${directory}/")

@@ -3,7 +3,7 @@
 
 include("${CMAKE_CURRENT_LIST_DIR}/build.cmake")
 
-build(subproject "${SOURCE_DIR}/tests/subproject" "-DSTBCONFIG_SOURCE_DIR=${SOURCE_DIR}"
+build(subproject "${SOURCE_DIR}/tests/package/subproject" "-DSTBCONFIG_SOURCE_DIR=${SOURCE_DIR}"
   "-DSTBCONFIG_QT_MAJOR=${QT_MAJOR}")
 run_built("${WORK_DIR}/subproject/consumer" "${WORK_DIR}/subproject/")
 foreach(stranger IN ITEMS tests tools examples)

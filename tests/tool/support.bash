@@ -46,7 +46,7 @@ given_to()
     chown -R "$1:$1" "$box/var"
 }
 
-# Runs the command with failing calls; "faults.cpp" says what they look like.
+# Runs the command with failing calls; "support/faultycalls.cpp" says what they look like.
 with_failing_calls()
 {
     local wanted=$1

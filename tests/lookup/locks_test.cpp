@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-#include "private/mockstorage.h"
+#include "mockstorage.h"
 #include "support/settingsfixture.h"
 
 #include <stbconfig/configurationmanager_p.h>

@@ -2,10 +2,10 @@
 # SPDX-License-Identifier: MIT
 """Breaks the library and the command on purpose, one way at a time, and sees whether a test notices.
 
-The ways are those that tests/mutations.txt lists, and those that rules make of each line of the
+The ways are those that tests/mutation/mutations.txt lists, and those that rules make of each line of the
 sources: a statement or a condition's part left out, a result emptied, a number, a text or an
-operator changed. One that survives for a reason stands with it in tests/survivors.txt, or its line
-in tests/uncovered.txt. Of the command's tests, a mutant meets those that run its line.
+operator changed. One that survives for a reason stands with it in tests/mutation/survivors.txt, or its line
+in tests/mutation/uncovered.txt. Of the command's tests, a mutant meets those that run its line.
 Exits with 0 if every other mutant was caught, with 1 if not, with 2 if a list does not fit the
 sources any more.
 """
@@ -60,7 +60,7 @@ class Mutation:
 
 def listed():
     """The blocks of the list: "-" for the lines that stand there, "+" for those in their place."""
-    for block in (ROOT / "tests" / "mutations.txt").read_text().split("\n\n"):
+    for block in (ROOT / "tests" / "mutation" / "mutations.txt").read_text().split("\n\n"):
         if block.startswith("##"):
             continue
         title, file, *lines = block.splitlines()
@@ -68,7 +68,7 @@ def listed():
         old, new = ("\n".join(line[1:] for line in lines if line[0] == sign) for sign in "-+")
         source = (ROOT / file).read_text()
         if source.count(old) != 1:
-            raise Misfit(f"{title}: its lines do not stand once in {file}; adapt tests/mutations.txt")
+            raise Misfit(f"{title}: its lines do not stand once in {file}; adapt tests/mutation/mutations.txt")
         begin = source.index(old)
         yield Mutation(title, file, begin, begin + len(old), new)
 
@@ -113,8 +113,8 @@ def generated():
 
 
 def excuses(name):
-    """The titles of a list in tests/: of each block all lines but the last, which is the reason."""
-    blocks = (ROOT / "tests" / name).read_text().strip().split("\n\n")
+    """The titles of a list in tests/mutation/: of each block all lines but the last, which is the reason."""
+    blocks = (ROOT / "tests" / "mutation" / name).read_text().strip().split("\n\n")
     return {title for block in blocks if not block.startswith("##") for title in block.splitlines()[:-1]}
 
 
@@ -301,7 +301,7 @@ def main():
     excused, uncovered = excuses("survivors.txt"), excuses("uncovered.txt")
     unknown = excused - {mutation.title for mutation in mutations}
     if unknown:
-        raise Misfit(f"{min(unknown)}: no such mutant; adapt tests/survivors.txt")
+        raise Misfit(f"{min(unknown)}: no such mutant; adapt tests/mutation/survivors.txt")
     if arguments.words:
         mutations = [m for m in mutations if any(word in m.title for word in arguments.words)]
     if arguments.sample:
@@ -339,7 +339,7 @@ def main():
             count[verdict] += 1
             print(f"{verdict:8}  {mutation.title}{f'  [{caught_by}]' if caught_by else ''}", flush=True)
     print(f"{count['caught']} of {len(mutations)} mutants caught ({count['stillborn']} by the compiler), "
-          f"{count['excused']} survive for a reason in tests/, {count['SURVIVED']} for none")
+          f"{count['excused']} survive for a reason in tests/mutation/, {count['SURVIVED']} for none")
     return 1 if count["SURVIVED"] else 0
 
 
