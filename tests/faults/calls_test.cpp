@@ -7,7 +7,7 @@
 
 using ::testing::IsEmpty;
 
-class CallFaults : public FaultsFixture
+class QtCallFaults : public FaultsFixture
 {
 protected:
     // Returns what an application has left of the file after one change; nobody has reported a
@@ -29,17 +29,17 @@ protected:
     const QByteArray after = before + '\n' + changeAlone;
 };
 
-TEST_F(CallFaults, AReadThatFailsOnceLosesAllOtherEntriesAndTellsNobody)
+TEST_F(QtCallFaults, AReadThatFailsOnceLosesAllOtherEntriesAndTellsNobody)
 {
     EXPECT_EQ(afterAChange("read:custom.conf:EIO:1"), changeAlone);
 }
 
-TEST_F(CallFaults, ALookForTheFileThatFailsOnceLosesAllOtherEntriesAndTellsNobody)
+TEST_F(QtCallFaults, ALookForTheFileThatFailsOnceLosesAllOtherEntriesAndTellsNobody)
 {
     EXPECT_EQ(afterAChange("access:custom.conf:EIO:1"), changeAlone);
 }
 
-TEST_F(CallFaults, AReadThatFailsInTheMiddleLosesTheEndAndTellsNobody)
+TEST_F(QtCallFaults, AReadThatFailsInTheMiddleLosesTheEndAndTellsNobody)
 {
     writeCustomFile("[Audio]\nvolume=7\n\n[Zone]\nname=x\n");
     // The first read gives the 16 bytes up to the first entry's end.
@@ -51,7 +51,7 @@ TEST_F(CallFaults, AReadThatFailsInTheMiddleLosesTheEndAndTellsNobody)
     EXPECT_EQ(contentOf(customFile()), after);
 }
 
-TEST_F(CallFaults, AReadThatFailsInTheWriteBackLosesAllOtherEntriesAndTellsNobody)
+TEST_F(QtCallFaults, AReadThatFailsInTheWriteBackLosesAllOtherEntriesAndTellsNobody)
 {
     writeCustomFile(before);
     // The first two reads happen when the file is opened.
@@ -70,7 +70,7 @@ TEST_F(CallFaults, AReadThatFailsInTheWriteBackLosesAllOtherEntriesAndTellsNobod
     EXPECT_EQ(contentOf(customFile()), changeAlone);
 }
 
-TEST_F(CallFaults, AFlushThatFailsIsToldToNobody)
+TEST_F(QtCallFaults, AFlushThatFailsIsToldToNobody)
 {
     const QString log = scratch.path("calls");
     qputenv("FAULTS_LOG", log.toLocal8Bit());
@@ -80,7 +80,7 @@ TEST_F(CallFaults, AFlushThatFailsIsToldToNobody)
     EXPECT_THAT(contentOf(log).toStdString(), ::testing::ContainsRegex("sync .* EIO\n"));
 }
 
-TEST_F(CallFaults, ARenameThatFailsLosesTheChangeInSilence)
+TEST_F(QtCallFaults, ARenameThatFailsLosesTheChangeInSilence)
 {
     writeCustomFile(before);
     Application application("rename:custom.conf:EIO:1");

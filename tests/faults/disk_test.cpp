@@ -36,7 +36,9 @@ protected:
     const QByteArray after = "[Audio]\nvolume=7\n\n[Video]\noutput=scart\n";
 };
 
-TEST_F(DiskFaults, AFullDiskLosesTheChangeInSilence)
+using QtDiskFaults = DiskFaults;
+
+TEST_F(QtDiskFaults, AFullDiskLosesTheChangeInSilence)
 {
     const SmallDisk disk(dataDirectory(), "size=64k");
     writeCustomFile(before);
@@ -52,7 +54,7 @@ TEST_F(DiskFaults, AFullDiskLosesTheChangeInSilence)
     EXPECT_THAT(leftOvers(), ElementsAre("filler"));
 }
 
-TEST_F(DiskFaults, WhatAFullDiskRefusedIsWrittenWithTheNextChange)
+TEST_F(QtDiskFaults, WhatAFullDiskRefusedIsWrittenWithTheNextChange)
 {
     const SmallDisk disk(dataDirectory(), "size=64k");
     writeCustomFile(before);
@@ -70,7 +72,7 @@ TEST_F(DiskFaults, WhatAFullDiskRefusedIsWrittenWithTheNextChange)
     EXPECT_FALSE(application.isValid()) << "it stays false as long as the manager lives";
 }
 
-TEST_F(DiskFaults, WhatAFullDiskRefusedIsWrittenByTheNextManagerOfTheProcess)
+TEST_F(QtDiskFaults, WhatAFullDiskRefusedIsWrittenByTheNextManagerOfTheProcess)
 {
     const SmallDisk disk(dataDirectory(), "size=64k");
     writeCustomFile(before);
@@ -87,7 +89,7 @@ TEST_F(DiskFaults, WhatAFullDiskRefusedIsWrittenByTheNextManagerOfTheProcess)
     EXPECT_EQ(contentOf(customFile()), after);
 }
 
-TEST_F(DiskFaults, AnAlmostFullDiskLeavesAnEmptyFileAndTellsNobody)
+TEST_F(QtDiskFaults, AnAlmostFullDiskLeavesAnEmptyFileAndTellsNobody)
 {
     const SmallDisk disk(dataDirectory(), "size=64k");
     writeCustomFile(before);
@@ -102,7 +104,7 @@ TEST_F(DiskFaults, AnAlmostFullDiskLeavesAnEmptyFileAndTellsNobody)
     EXPECT_EQ(contentOf(customFile()), "");
 }
 
-TEST_F(DiskFaults, AnAlmostFullDiskCutsTheEndOfALargeFileAndTellsNobody)
+TEST_F(QtDiskFaults, AnAlmostFullDiskCutsTheEndOfALargeFileAndTellsNobody)
 {
     const SmallDisk disk(dataDirectory(), "size=128k");
     writeCustomFile(largeContent());
@@ -116,7 +118,7 @@ TEST_F(DiskFaults, AnAlmostFullDiskCutsTheEndOfALargeFileAndTellsNobody)
     EXPECT_EQ(contentOf(customFile()), largeContent().left(10 * page));
 }
 
-TEST_F(DiskFaults, WhatAnAlmostFullDiskCutIsMadeGoodByTheNextChange)
+TEST_F(QtDiskFaults, WhatAnAlmostFullDiskCutIsMadeGoodByTheNextChange)
 {
     const SmallDisk disk(dataDirectory(), "size=64k");
     writeCustomFile(before);
@@ -132,7 +134,7 @@ TEST_F(DiskFaults, WhatAnAlmostFullDiskCutIsMadeGoodByTheNextChange)
     EXPECT_EQ(contentOf(customFile()), after + "rate=50\n");
 }
 
-TEST_F(DiskFaults, AFullInodeTableLosesTheChangeInSilence)
+TEST_F(QtDiskFaults, AFullInodeTableLosesTheChangeInSilence)
 {
     const SmallDisk disk(dataDirectory(), "nr_inodes=2"); // one for the directory, one for the file
     writeCustomFile(before);
@@ -160,7 +162,7 @@ TEST_F(DiskFaults, AReadOnlyMountIsReported)
     EXPECT_EQ(contentOf(customFile()), before);
 }
 
-TEST_F(DiskFaults, AMountThatTurnsReadOnlyBeforeTheWriteBackLosesTheChangeInSilence)
+TEST_F(QtDiskFaults, AMountThatTurnsReadOnlyBeforeTheWriteBackLosesTheChangeInSilence)
 {
     const SmallDisk disk(dataDirectory(), "size=64k");
     writeCustomFile(before);
@@ -176,7 +178,7 @@ TEST_F(DiskFaults, AMountThatTurnsReadOnlyBeforeTheWriteBackLosesTheChangeInSile
     EXPECT_EQ(contentOf(customFile()), before);
 }
 
-TEST_F(DiskFaults, AFileMountedAloneLosesTheChangeInSilence)
+TEST_F(QtDiskFaults, AFileMountedAloneLosesTheChangeInSilence)
 {
     const QByteArray other = scratch.write("other", before).toLocal8Bit();
     writeCustomFile(before);

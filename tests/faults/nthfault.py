@@ -275,12 +275,12 @@ def is_fault_of_command(kind, file, told):
 # file, who tells the application, the call that fails, and the test.
 LOSSES = (
     ("old", "report", ".*", "PermissionFaults.ANewFileInADirectoryThatIsNotWritableIsReported"),
-    ("old", "invalid", ".*", "DiskFaults.AFullDiskLosesTheChangeInSilence"),
+    ("old", "invalid", ".*", "QtDiskFaults.AFullDiskLosesTheChangeInSilence"),
     ("torn", "nothing", "write .*",
-     "DiskFaults.AnAlmostFullDiskLeavesAnEmptyFileAndTellsNobody"),
-    ("torn", "nothing", "read .*", "CallFaults.AReadThatFailsOnceLosesAllOtherEntriesAndTellsNobody"),
+     "QtDiskFaults.AnAlmostFullDiskLeavesAnEmptyFileAndTellsNobody"),
+    ("torn", "nothing", "read .*", "QtCallFaults.AReadThatFailsOnceLosesAllOtherEntriesAndTellsNobody"),
     ("torn", "nothing", "(access|openat|stat|lstat|newfstatat|statx) .*",
-     "CallFaults.ALookForTheFileThatFailsOnceLosesAllOtherEntriesAndTellsNobody"),
+     "QtCallFaults.ALookForTheFileThatFailsOnceLosesAllOtherEntriesAndTellsNobody"),
     ("new, its owner or mode lost", "nothing", "(stat|lstat|newfstatat|statx|fchmod) .*",
      "NthFault.AModeThatCannotBeKeptIsLostAndNobodyIsTold"),
 )

@@ -24,7 +24,7 @@
 
 using ::testing::IsEmpty;
 
-class KillFaults : public FaultsFixture
+class QtKillFaults : public FaultsFixture
 {
 protected:
     static constexpr int entries = 2000;
@@ -48,7 +48,7 @@ protected:
     }
 };
 
-TEST_F(KillFaults, AKilledWriterLeavesTheOldFileOrTheNewOneAndHoldsUpNobody)
+TEST_F(QtKillFaults, AKilledWriterLeavesTheOldFileOrTheNewOneAndHoldsUpNobody)
 {
     const int rounds = isLongForm() ? 1000 : 50;
     const unsigned seed = qEnvironmentVariableIsSet("STBCONFIG_FAULTS_SEED")
@@ -93,7 +93,7 @@ TEST_F(KillFaults, AKilledWriterLeavesTheOldFileOrTheNewOneAndHoldsUpNobody)
     }
 }
 
-TEST_F(KillFaults, AWriterKilledBeforeItRenamesLeavesACopyThatNobodyRemoves)
+TEST_F(QtKillFaults, AWriterKilledBeforeItRenamesLeavesACopyThatNobodyRemoves)
 {
     writeCustomFile("[Audio]\nvolume=7\n");
     qputenv("FAULTS_RUN", "kill -KILL $PPID");
@@ -115,7 +115,7 @@ TEST_F(KillFaults, AWriterKilledBeforeItRenamesLeavesACopyThatNobodyRemoves)
         << leftOvers()[0].toStdString();
 }
 
-class LockFaults : public FaultsFixture
+class QtLockFaults : public FaultsFixture
 {
 protected:
     QString lock() const { return customFile() + ".lock"; }
@@ -184,35 +184,35 @@ protected:
     static constexpr int ratherLong = 20;
 };
 
-TEST_F(LockFaults, AnEmptyLockHoldsAWrite)
+TEST_F(QtLockFaults, AnEmptyLockHoldsAWrite)
 {
     leaveLock("", 0);
 
     EXPECT_FALSE(writesWithin(aMoment));
 }
 
-TEST_F(LockFaults, ALockOfZerosHoldsAWrite)
+TEST_F(QtLockFaults, ALockOfZerosHoldsAWrite)
 {
     leaveLock(QByteArray(100, '\0'), 0);
 
     EXPECT_FALSE(writesWithin(aMoment));
 }
 
-TEST_F(LockFaults, AnEmptyLockHoldsNoWriteOnceItIs30SecondsOld)
+TEST_F(QtLockFaults, AnEmptyLockHoldsNoWriteOnceItIs30SecondsOld)
 {
     leaveLock("", 31);
 
     EXPECT_TRUE(writesWithin(ratherLong));
 }
 
-TEST_F(LockFaults, AnEmptyLockFromTheFutureHoldsNoWrite)
+TEST_F(QtLockFaults, AnEmptyLockFromTheFutureHoldsNoWrite)
 {
     leaveLock("", -3600);
 
     EXPECT_TRUE(writesWithin(ratherLong));
 }
 
-TEST_F(LockFaults, AnEmptyLockHoldsAWriteForHalfAMinute)
+TEST_F(QtLockFaults, AnEmptyLockHoldsAWriteForHalfAMinute)
 {
     if (!isLongForm())
         GTEST_SKIP() << "takes half a minute; run with STBCONFIG_FAULTS_LONG=1";
@@ -227,35 +227,35 @@ TEST_F(LockFaults, AnEmptyLockHoldsAWriteForHalfAMinute)
     EXPECT_EQ(contentOf(customFile()), "[Video]\noutput=scart\n");
 }
 
-TEST_F(LockFaults, TheLockOfADeadProcessHoldsNoWrite)
+TEST_F(QtLockFaults, TheLockOfADeadProcessHoldsNoWrite)
 {
     leaveLock(lockOf(4194305, "faults_application", QSysInfo::bootUniqueId()), 0);
 
     EXPECT_TRUE(writesWithin(ratherLong));
 }
 
-TEST_F(LockFaults, TheLockOfAnEarlierBootHoldsNoWrite)
+TEST_F(QtLockFaults, TheLockOfAnEarlierBootHoldsNoWrite)
 {
     leaveLock(lockOf(getpid(), "stbconfig_faults_test", "another boot"), 0);
 
     EXPECT_TRUE(writesWithin(ratherLong));
 }
 
-TEST_F(LockFaults, TheLockOfALivingProcessHoldsAWrite)
+TEST_F(QtLockFaults, TheLockOfALivingProcessHoldsAWrite)
 {
     leaveLock(lockOf(getpid(), "stbconfig_faults_test", QSysInfo::bootUniqueId()), 0);
 
     EXPECT_FALSE(writesWithin(aMoment));
 }
 
-TEST_F(LockFaults, TheLockOfALivingProcessHoldsNoWriteOnceItIs30SecondsOld)
+TEST_F(QtLockFaults, TheLockOfALivingProcessHoldsNoWriteOnceItIs30SecondsOld)
 {
     leaveLock(lockOf(getpid(), "stbconfig_faults_test", QSysInfo::bootUniqueId()), 31);
 
     EXPECT_TRUE(writesWithin(ratherLong));
 }
 
-TEST_F(LockFaults, AFifoInItsPlaceHoldsAWriteWithoutEnd)
+TEST_F(QtLockFaults, AFifoInItsPlaceHoldsAWriteWithoutEnd)
 {
     ASSERT_EQ(mkfifo(QFile::encodeName(lock()).constData(), 0666), 0);
     makeOld();
@@ -263,7 +263,7 @@ TEST_F(LockFaults, AFifoInItsPlaceHoldsAWriteWithoutEnd)
     EXPECT_TRUE(holdsAWriteWithoutEnd());
 }
 
-TEST_F(LockFaults, ADirectoryInItsPlaceHoldsAWriteWithoutEnd)
+TEST_F(QtLockFaults, ADirectoryInItsPlaceHoldsAWriteWithoutEnd)
 {
     ASSERT_TRUE(QDir().mkdir(lock()));
     makeOld();
@@ -271,7 +271,7 @@ TEST_F(LockFaults, ADirectoryInItsPlaceHoldsAWriteWithoutEnd)
     EXPECT_TRUE(holdsAWriteWithoutEnd());
 }
 
-TEST_F(LockFaults, ALinkThatLeadsNowhereHoldsAWriteWithoutEnd)
+TEST_F(QtLockFaults, ALinkThatLeadsNowhereHoldsAWriteWithoutEnd)
 {
     ASSERT_TRUE(QFile::link("missing", lock()));
     makeOld();
@@ -279,7 +279,7 @@ TEST_F(LockFaults, ALinkThatLeadsNowhereHoldsAWriteWithoutEnd)
     EXPECT_TRUE(holdsAWriteWithoutEnd());
 }
 
-TEST_F(LockFaults, AnOldOneThatMayNotBeRemovedHoldsAWriteWithoutEnd)
+TEST_F(QtLockFaults, AnOldOneThatMayNotBeRemovedHoldsAWriteWithoutEnd)
 {
     if (geteuid() != 0)
         GTEST_SKIP() << "cannot become another user; run as root";
@@ -289,11 +289,11 @@ TEST_F(LockFaults, AnOldOneThatMayNotBeRemovedHoldsAWriteWithoutEnd)
     EXPECT_TRUE(holdsAWriteWithoutEnd({"become ordinary user"}));
 }
 
-class ProcessFaults : public FaultsFixture
+class QtProcessFaults : public FaultsFixture
 {
 };
 
-TEST_F(ProcessFaults, TwoThatWriteDifferentEntriesLoseNone)
+TEST_F(QtProcessFaults, TwoThatWriteDifferentEntriesLoseNone)
 {
     const int changes = isLongForm() ? 200 : 20;
     Application first;
@@ -313,7 +313,7 @@ TEST_F(ProcessFaults, TwoThatWriteDifferentEntriesLoseNone)
     EXPECT_THAT(leftOvers(), IsEmpty());
 }
 
-TEST_F(ProcessFaults, TwoThatWriteOneEntryLeaveTheLaterOne)
+TEST_F(QtProcessFaults, TwoThatWriteOneEntryLeaveTheLaterOne)
 {
     Application first;
     Application second;
@@ -331,7 +331,7 @@ TEST_F(ProcessFaults, TwoThatWriteOneEntryLeaveTheLaterOne)
 // A file whose size and time stamp are as this process left them is not read again. The stamp is set
 // back here; a kernel gives the same one to all that happens within a few milliseconds, and some file
 // systems to all within a second or two.
-TEST_F(ProcessFaults, AChangeOfEqualLengthWithinOneTimeStampIsOverwritten)
+TEST_F(QtProcessFaults, AChangeOfEqualLengthWithinOneTimeStampIsOverwritten)
 {
     writeCustomFile("[Audio]\nvolume=7\n");
     struct stat stamp = {};
@@ -353,7 +353,7 @@ TEST_F(ProcessFaults, AChangeOfEqualLengthWithinOneTimeStampIsOverwritten)
     EXPECT_EQ(contentOf(customFile()), "[Audio]\nvolume=7\n\n[Video]\noutput=scart\n");
 }
 
-TEST_F(ProcessFaults, AForkedChildThatDestroysItsManagerWritesAnOlderValueBack)
+TEST_F(QtProcessFaults, AForkedChildThatDestroysItsManagerWritesAnOlderValueBack)
 {
     Application application;
     open(application);
@@ -369,7 +369,7 @@ TEST_F(ProcessFaults, AForkedChildThatDestroysItsManagerWritesAnOlderValueBack)
     EXPECT_TRUE(application.isValid());
 }
 
-TEST_F(ProcessFaults, AForkedChildThatLeavesByUnderscoreExitWritesNothing)
+TEST_F(QtProcessFaults, AForkedChildThatLeavesByUnderscoreExitWritesNothing)
 {
     Application application;
     open(application);
@@ -382,7 +382,7 @@ TEST_F(ProcessFaults, AForkedChildThatLeavesByUnderscoreExitWritesNothing)
     EXPECT_EQ(contentOf(customFile()), "[Video]\noutput=newer\n");
 }
 
-TEST_F(ProcessFaults, TwoManagersOfOneProcessLoseNoChange)
+TEST_F(QtProcessFaults, TwoManagersOfOneProcessLoseNoChange)
 {
     Application application;
     open(application);
@@ -396,7 +396,7 @@ TEST_F(ProcessFaults, TwoManagersOfOneProcessLoseNoChange)
     EXPECT_EQ(contentOf(customFile()), "[Audio]\nvolume=7\n\n[Video]\noutput=scart\n");
 }
 
-TEST_F(ProcessFaults, AFileThatVanishesIsMadeAgainWithTheChangesAlone)
+TEST_F(QtProcessFaults, AFileThatVanishesIsMadeAgainWithTheChangesAlone)
 {
     writeCustomFile("[Audio]\nvolume=7\n");
     Application application;

@@ -163,7 +163,9 @@ protected:
     QCoreApplication eventLoop{argc, nullptr};
 };
 
-TEST_F(ThreadFaults, AChangeFromAnotherThreadIsForgottenAtTheEndOfAWriteBack)
+using QtThreadFaults = ThreadFaults;
+
+TEST_F(QtThreadFaults, AChangeFromAnotherThreadIsForgottenAtTheEndOfAWriteBack)
 {
     changeAtTheEndOfAWriteBack("second");
 
@@ -173,7 +175,7 @@ TEST_F(ThreadFaults, AChangeFromAnotherThreadIsForgottenAtTheEndOfAWriteBack)
     EXPECT_EQ(contentOf(customFile()), "[Video]\noutput=first\n");
 }
 
-TEST_F(ThreadFaults, AForgottenChangeIsWrittenWithTheNextOne)
+TEST_F(QtThreadFaults, AForgottenChangeIsWrittenWithTheNextOne)
 {
     changeAtTheEndOfAWriteBack("second");
     QCoreApplication::processEvents();
@@ -185,7 +187,7 @@ TEST_F(ThreadFaults, AForgottenChangeIsWrittenWithTheNextOne)
 }
 
 // Only counts how often that happens by itself.
-TEST_F(ThreadFaults, AChangeThatTheEventLoopForgetsIsForgottenForEver)
+TEST_F(QtThreadFaults, AChangeThatTheEventLoopForgetsIsForgottenForEver)
 {
     int changes = 0;
     int forgotten = 0;
@@ -212,7 +214,7 @@ TEST_F(ThreadFaults, AChangeThatTheEventLoopForgetsIsForgottenForEver)
               << forgottenInTheEnd << " of these by the destruction of the manager too\n";
 }
 
-TEST_F(ThreadFaults, AChangeFromTheThreadOfTheManagerIsWrittenWhenItsEventLoopTurns)
+TEST_F(QtThreadFaults, AChangeFromTheThreadOfTheManagerIsWrittenWhenItsEventLoopTurns)
 {
     int forgotten = 0;
     int round = 0;
@@ -227,7 +229,7 @@ TEST_F(ThreadFaults, AChangeFromTheThreadOfTheManagerIsWrittenWhenItsEventLoopTu
     EXPECT_GT(round, 0);
 }
 
-TEST_F(ThreadFaults, AChangeHandedToTheThreadOfTheManagerIsWritten)
+TEST_F(QtThreadFaults, AChangeHandedToTheThreadOfTheManagerIsWritten)
 {
     int forgotten = 0;
     int round = 0;
@@ -244,7 +246,7 @@ TEST_F(ThreadFaults, AChangeHandedToTheThreadOfTheManagerIsWritten)
     EXPECT_GT(round, 0);
 }
 
-TEST_F(ThreadFaults, ChangesFromAnyThreadAreWrittenAtTheEndWhereNoEventLoopRuns)
+TEST_F(QtThreadFaults, ChangesFromAnyThreadAreWrittenAtTheEndWhereNoEventLoopRuns)
 {
     int forgotten = 0;
     int round = 0;
@@ -262,7 +264,7 @@ TEST_F(ThreadFaults, ChangesFromAnyThreadAreWrittenAtTheEndWhereNoEventLoopRuns)
     EXPECT_GT(round, 0);
 }
 
-TEST_F(ThreadFaults, ReadersSeeOneOfTheWrittenValuesWhileTheEventLoopWrites)
+TEST_F(QtThreadFaults, ReadersSeeOneOfTheWrittenValuesWhileTheEventLoopWrites)
 {
     customStorage()->setValue("Video", "output", "0");
     const ConfigurationManager &shared = manager();
@@ -305,7 +307,7 @@ TEST_F(ThreadFaults, AStorageOpenedByNameIsTheSameForAllThreads)
     EXPECT_EQ(wrong, 0);
 }
 
-TEST_F(ThreadFaults, ThreadsThatWriteEntriesOfTheirOwnLoseNoneWhereNoEventLoopRuns)
+TEST_F(QtThreadFaults, ThreadsThatWriteEntriesOfTheirOwnLoseNoneWhereNoEventLoopRuns)
 {
     IStorableBackend *storage = customStorage();
     std::array<std::atomic_int, 7> last{};

@@ -17,7 +17,7 @@ using ::testing::ElementsAre;
 
 // Settings are written through one manager and read through another. Qt remembers, within one
 // process, what it wrote to a path and read from it, so the file goes to a new path in between.
-class Persistence : public SettingsFixture
+class QtPersistence : public SettingsFixture
 {
 protected:
     QVariant writtenAndReadBack(const QVariant &value)
@@ -37,7 +37,7 @@ private:
     int moves = 0;
 };
 
-TEST_F(Persistence, KeepsTexts)
+TEST_F(QtPersistence, KeepsTexts)
 {
     const QString texts[] = {"hdmi",
                              " leading and trailing ",
@@ -53,14 +53,14 @@ TEST_F(Persistence, KeepsTexts)
         EXPECT_THAT(writtenAndReadBack(text), IsVariant(text));
 }
 
-TEST_F(Persistence, KeepsAnEmptyText) { EXPECT_THAT(writtenAndReadBack(""), IsEmptyText()); }
+TEST_F(QtPersistence, KeepsAnEmptyText) { EXPECT_THAT(writtenAndReadBack(""), IsEmptyText()); }
 
-TEST_F(Persistence, ReturnsANullTextAsAnEmptyOne)
+TEST_F(QtPersistence, ReturnsANullTextAsAnEmptyOne)
 {
     EXPECT_THAT(writtenAndReadBack(QString()), IsEmptyText());
 }
 
-TEST_F(Persistence, ReturnsNumbersAsTexts)
+TEST_F(QtPersistence, ReturnsNumbersAsTexts)
 {
     EXPECT_THAT(writtenAndReadBack(0), IsText("0"));
     EXPECT_THAT(writtenAndReadBack(-7), IsText("-7"));
@@ -71,37 +71,37 @@ TEST_F(Persistence, ReturnsNumbersAsTexts)
     EXPECT_EQ(writtenAndReadBack(0.1).toDouble(), 0.1);
 }
 
-TEST_F(Persistence, ReturnsBooleansAsTexts)
+TEST_F(QtPersistence, ReturnsBooleansAsTexts)
 {
     EXPECT_THAT(writtenAndReadBack(true), IsText("true"));
     EXPECT_THAT(writtenAndReadBack(false), IsText("false"));
 }
 
-TEST_F(Persistence, KeepsListsOfTexts)
+TEST_F(QtPersistence, KeepsListsOfTexts)
 {
     const QStringList list = {"a", "", "b, c", QString::fromUtf8("ж")};
 
     EXPECT_THAT(writtenAndReadBack(list), IsVariant(list));
 }
 
-TEST_F(Persistence, ReturnsAListOfOneAsItsText)
+TEST_F(QtPersistence, ReturnsAListOfOneAsItsText)
 {
     EXPECT_THAT(writtenAndReadBack(QStringList("alone")), IsText("alone"));
 }
 
-TEST_F(Persistence, ReturnsAnEmptyListAsAnInvalidValue)
+TEST_F(QtPersistence, ReturnsAnEmptyListAsAnInvalidValue)
 {
     EXPECT_THAT(writtenAndReadBack(QStringList()), IsInvalid());
     EXPECT_THAT(writtenAndReadBack(QVariantList()), IsInvalid());
 }
 
-TEST_F(Persistence, ReturnsAListOfTextsNumbersAndBooleansAsTexts)
+TEST_F(QtPersistence, ReturnsAListOfTextsNumbersAndBooleansAsTexts)
 {
     EXPECT_THAT(writtenAndReadBack(QVariantList{"a", 7, true}),
                 IsVariant(QStringList{"a", "7", "true"}));
 }
 
-TEST_F(Persistence, ReturnsTheNumbersOfAnyOtherListAsTextsInIt)
+TEST_F(QtPersistence, ReturnsTheNumbersOfAnyOtherListAsTextsInIt)
 {
     const QVariantList list =
         writtenAndReadBack(QVariantList{7, QByteArray("bytes"), QVariant()}).toList();
@@ -112,7 +112,7 @@ TEST_F(Persistence, ReturnsTheNumbersOfAnyOtherListAsTextsInIt)
     EXPECT_THAT(list.at(2), IsInvalid());
 }
 
-TEST_F(Persistence, KeepsAListOfOneThatIsNoListOfTexts)
+TEST_F(QtPersistence, KeepsAListOfOneThatIsNoListOfTexts)
 {
     const QVariant list = writtenAndReadBack(QVariantList{7});
 
@@ -120,14 +120,14 @@ TEST_F(Persistence, KeepsAListOfOneThatIsNoListOfTexts)
     EXPECT_THAT(list.toList().value(0), IsVariant(7));
 }
 
-TEST_F(Persistence, ReturnsTextsOfWhichOneHoldsANulAsAListOfVariants)
+TEST_F(QtPersistence, ReturnsTextsOfWhichOneHoldsANulAsAListOfVariants)
 {
     const QString nul(1, QChar());
 
     EXPECT_THAT(writtenAndReadBack(QStringList{nul, "b"}), IsVariant(QVariantList{nul, "b"}));
 }
 
-TEST_F(Persistence, ReturnsADateBeforeTheJulianDaysAsAnotherInsideAListOrMap)
+TEST_F(QtPersistence, ReturnsADateBeforeTheJulianDaysAsAnotherInsideAListOrMap)
 {
     const QDateTime date({-5000, 1, 1}, {12, 30}, Qt::UTC);
 
@@ -136,20 +136,20 @@ TEST_F(Persistence, ReturnsADateBeforeTheJulianDaysAsAnotherInsideAListOrMap)
     EXPECT_NE(writtenAndReadBack(QVariantMap{{"key", date}}), QVariant(QVariantMap{{"key", date}}));
 }
 
-TEST_F(Persistence, KeepsBytes)
+TEST_F(QtPersistence, KeepsBytes)
 {
     const QByteArray bytes("\0\x01\xff,;\"\n", 7);
 
     EXPECT_THAT(writtenAndReadBack(bytes), IsVariant(bytes));
 }
 
-TEST_F(Persistence, KeepsSizesAndPoints)
+TEST_F(QtPersistence, KeepsSizesAndPoints)
 {
     EXPECT_THAT(writtenAndReadBack(QSize(1920, 1080)), IsVariant(QSize(1920, 1080)));
     EXPECT_THAT(writtenAndReadBack(QPoint(-1, 2)), IsVariant(QPoint(-1, 2)));
 }
 
-TEST_F(Persistence, KeepsMapsAndDates)
+TEST_F(QtPersistence, KeepsMapsAndDates)
 {
     const QVariantMap map = {{"name", "news"}, {"number", 7}};
     const QDateTime date({2026, 11, 20}, {12, 30}, Qt::UTC);
@@ -158,12 +158,12 @@ TEST_F(Persistence, KeepsMapsAndDates)
     EXPECT_THAT(writtenAndReadBack(date), IsVariant(date));
 }
 
-TEST_F(Persistence, ReturnsAnInvalidValueAsAnInvalidOneThatIsHeld)
+TEST_F(QtPersistence, ReturnsAnInvalidValueAsAnInvalidOneThatIsHeld)
 {
     EXPECT_THAT(writtenAndReadBack(QVariant()), IsInvalid());
 }
 
-TEST_F(Persistence, KeepsNamesOfAnyCharacters)
+TEST_F(QtPersistence, KeepsNamesOfAnyCharacters)
 {
     struct Name
     {
@@ -185,7 +185,7 @@ TEST_F(Persistence, KeepsNamesOfAnyCharacters)
         EXPECT_THAT(second.value(name.group, name.key, {}), IsVariant(name.key));
 }
 
-TEST_F(Persistence, ReturnsTheGroupGeneralInThisSpellingOnly)
+TEST_F(QtPersistence, ReturnsTheGroupGeneralInThisSpellingOnly)
 {
     customStorage()->setValue("GENERAL", "x", 1);
     customStorage()->setValue("GENERAL", "y", 2);
@@ -199,7 +199,7 @@ TEST_F(Persistence, ReturnsTheGroupGeneralInThisSpellingOnly)
     EXPECT_THAT(file->value("General", "x"), IsText("3"));
 }
 
-TEST_F(Persistence, LosesAStorageWhoseNameIsTooLongForAFile)
+TEST_F(QtPersistence, LosesAStorageWhoseNameIsTooLongForAFile)
 {
     const QString name(256, 'x');
     IStorableBackend *storage = manager().independentStorage(name);
@@ -213,19 +213,7 @@ TEST_F(Persistence, LosesAStorageWhoseNameIsTooLongForAFile)
                 ::testing::IsEmpty());
 }
 
-TEST_F(Persistence, NeverWritesTheDefaultFile)
-{
-    const char *before = "; kept as it is\n[Video]\noutput=hdmi\n";
-    writeDefaultFile(before);
-    customStorage()->setValue("Video", "output", "scart");
-    temporaryStorage()->setValue("Video", "output", "component");
-    customStorage()->remove("Video", "output");
-    restart();
-
-    EXPECT_EQ(contentOf(defaultFile()), before);
-}
-
-TEST_F(Persistence, KeepsTheEntriesThatWereNotChanged)
+TEST_F(QtPersistence, KeepsTheEntriesThatWereNotChanged)
 {
     writeCustomFile("[Audio]\nvolume=7\n[Video]\noutput=hdmi\nrate=50\n");
     customStorage()->setValue("Video", "output", "scart");
@@ -234,7 +222,7 @@ TEST_F(Persistence, KeepsTheEntriesThatWereNotChanged)
     EXPECT_EQ(contentOf(customFile()), "[Audio]\nvolume=7\n\n[Video]\noutput=scart\nrate=50\n");
 }
 
-TEST_F(Persistence, ASecondManagerSeesAChangeBeforeItIsWritten)
+TEST_F(QtPersistence, ASecondManagerSeesAChangeBeforeItIsWritten)
 {
     ConfigurationManager second(persistentPrefix(), defaultPrefix(), nullptr);
     customStorage()->setValue("Video", "output", "scart");
@@ -242,7 +230,7 @@ TEST_F(Persistence, ASecondManagerSeesAChangeBeforeItIsWritten)
     EXPECT_THAT(second.value("Video", "output", {}), IsText("scart"));
 }
 
-TEST_F(Persistence, AWriteReplacesTheFileAsAWhole)
+TEST_F(QtPersistence, AWriteReplacesTheFileAsAWhole)
 {
     writeCustomFile("[Video]\noutput=hdmi\n");
     QFile before(customFile());
@@ -256,7 +244,7 @@ TEST_F(Persistence, AWriteReplacesTheFileAsAWhole)
                 ElementsAre("custom.conf"));
 }
 
-TEST_F(Persistence, KeepsWhatOthersWroteMeanwhile)
+TEST_F(QtPersistence, KeepsWhatOthersWroteMeanwhile)
 {
     writeCustomFile("[Video]\noutput=hdmi\nrate=50\n");
     customStorage()->setValue("Video", "output", "scart");
@@ -266,7 +254,7 @@ TEST_F(Persistence, KeepsWhatOthersWroteMeanwhile)
     EXPECT_EQ(contentOf(customFile()), "[Audio]\nvolume=7\n\n[Video]\noutput=scart\nrate=60\n");
 }
 
-TEST_F(Persistence, SeesWhatOthersWroteWhenItWritesItself)
+TEST_F(QtPersistence, SeesWhatOthersWroteWhenItWritesItself)
 {
     int argc = 0;
     const QCoreApplication application(argc, nullptr);

@@ -98,6 +98,18 @@ TEST_F(Manager, WritesNothingWhenNothingWasChanged)
     EXPECT_THAT(QDir(scratch.path("data")).entryList(QDir::Files), ElementsAre("custom.conf"));
 }
 
+TEST_F(Manager, NeverWritesTheDefaultFile)
+{
+    const char *before = "; kept as it is\n[Video]\noutput=hdmi\n";
+    writeDefaultFile(before);
+    customStorage()->setValue("Video", "output", "scart");
+    temporaryStorage()->setValue("Video", "output", "component");
+    customStorage()->remove("Video", "output");
+    restart();
+
+    EXPECT_EQ(contentOf(defaultFile()), before);
+}
+
 TEST_F(Manager, TakesTheEnvironmentAsItIsWhenTheManagerIsMade)
 {
     hold(EnvironmentVariables, "Video", "changed", "before");
@@ -122,16 +134,6 @@ TEST_F(Manager, TakesTheEnvironmentAnewForEachManager)
     EXPECT_THAT(valueOf("Video", "added"), IsText("after"));
 }
 
-TEST_F(Manager, WritesItsChangesWhenItIsDestroyed)
-{
-    customStorage()->setValue("Video", "output", "scart");
-    EXPECT_FALSE(QFile::exists(customFile())) << "written before the manager was destroyed";
-
-    restart();
-
-    EXPECT_EQ(contentOf(customFile()), "[Video]\noutput=scart\n");
-}
-
 TEST_F(Manager, ForgetsTheTemporaryStorageWhenItIsDestroyed)
 {
     temporaryStorage()->setValue("Video", "output", "scart");
@@ -147,17 +149,6 @@ TEST_F(Manager, HasItsOwnTemporaryStorage)
     temporaryStorage()->setValue("Video", "output", "scart");
 
     EXPECT_THAT(other.value("Video", "output", "default"), IsText("default"));
-}
-
-TEST_F(Manager, AcceptsANullHandler)
-{
-    ConfigurationManager manager(scratch.unwritablePrefix(), defaultPrefix(), nullptr);
-
-    manager.dynamicStorage(CustomConfPersistent)->setValue("Video", "output", "scart");
-    manager.dynamicStorage(CustomConfPersistent)->remove("Video", "output");
-    manager.setErrorHandler(nullptr);
-
-    EXPECT_THAT(manager.dynamicStorage(DhcpOptionsConf), ::testing::IsNull());
 }
 
 TEST_F(Manager, ItsStoragesKeepTheHandlerItWasMadeWith)

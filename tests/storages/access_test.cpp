@@ -146,11 +146,9 @@ TEST_F(StorageAccess, OpensAnIndependentStorageOnceForEachName)
 TEST_F(StorageAccess, KeepsAnIndependentStorageInAFileOfItsName)
 {
     manager().independentStorage("channels")->setValue("Favourites", "first", "news");
-    manager().independentStorage("ravel")->setValue("State", "page", "home");
     restart();
 
     EXPECT_EQ(contentOf(persistentPrefix() + "channels.db"), "[Favourites]\nfirst=news\n");
-    EXPECT_EQ(contentOf(persistentPrefix() + "ravel.db"), "[State]\npage=home\n");
 }
 
 TEST_F(StorageAccess, ReadsAnIndependentStorageThatExists)

@@ -27,13 +27,6 @@ TEST_F(Environment, PutsNoSeparatorBetweenTheWordsOfAKey)
     EXPECT_THAT(environment()->value("Logging", "responseLengthLimit"), IsText("512"));
 }
 
-TEST_F(Environment, ReadsTheLocale)
-{
-    setVariable("STBAPP_PROFILE_LOCALE", "de_AT");
-
-    EXPECT_THAT(environment()->value("Profile", "locale"), IsText("de_AT"));
-}
-
 TEST_F(Environment, KeepsTheSeparatorOfAnEmptyName)
 {
     setVariable("STBAPP__LOCALE", "no group");
@@ -111,6 +104,16 @@ TEST_F(Environment, PassesItsTextsOnAsTheyAre)
     EXPECT_THAT(environment()->value("text", "cyrillic"), IsText("Привет"));
 }
 
+TEST_F(Environment, AVariableIsATextWhateverItHolds)
+{
+    for (const char *text : {"@Variant(\\0\\0\\0\\x11\\0\\0\\0\\x3q:r)", "@ByteArray(1)",
+                             "@Invalid()", "a, b", "\"quoted\"", "\\x41"}) {
+        setVariable("STBAPP_A_X", text);
+        EXPECT_THAT(valueOf("a", "x"), IsText(text));
+        restart();
+    }
+}
+
 TEST_F(Environment, ListsEveryVariableOfTheProcessUnderItsOwnName)
 {
     setVariable("STBAPP_LOGGING_LEVEL", "debug");
@@ -122,8 +125,6 @@ TEST_F(Environment, ListsEveryVariableOfTheProcessUnderItsOwnName)
         ::testing::UnorderedElementsAreArray(QProcessEnvironment::systemEnvironment().keys()));
     EXPECT_THAT(names, ::testing::IsSupersetOf({"STBAPP_LOGGING_LEVEL", "stbapp_lower", "PATH"}));
 }
-
-TEST_F(Environment, IsAlwaysValid) { EXPECT_TRUE(environment()->isValid()); }
 
 TEST_F(Environment, CannotBeWritten)
 {

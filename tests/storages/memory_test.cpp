@@ -13,15 +13,6 @@ protected:
     IStorableBackend &memory() { return *temporaryStorage(); }
 };
 
-TEST_F(Memory, StartsEmptyAndValid)
-{
-    EXPECT_TRUE(memory().isValid());
-    EXPECT_THAT(memory().allKeys(), IsEmpty());
-    EXPECT_FALSE(memory().contains("Logging", "level"));
-    EXPECT_FALSE(memory().contains("", ""));
-    EXPECT_THAT(memory().value("Logging", "level"), IsInvalid());
-}
-
 TEST_F(Memory, KeepsTheTypeOfAValue)
 {
     const QVariant values[] = {3,
@@ -37,15 +28,6 @@ TEST_F(Memory, KeepsTheTypeOfAValue)
     }
 }
 
-TEST_F(Memory, KeepsOneEntryForAKeyThatIsSetTwice)
-{
-    memory().setValue("Logging", "level", 3);
-    memory().setValue("Logging", "level", "debug");
-
-    EXPECT_THAT(memory().allKeys(), ElementsAre("Logging/level"));
-    EXPECT_THAT(memory().value("Logging", "level"), IsText("debug"));
-}
-
 TEST_F(Memory, HoldsAnInvalidValue)
 {
     memory().setValue("Logging", "level", QVariant());
@@ -53,15 +35,6 @@ TEST_F(Memory, HoldsAnInvalidValue)
     EXPECT_TRUE(memory().contains("Logging", "level"));
     EXPECT_THAT(memory().value("Logging", "level"), IsInvalid());
     EXPECT_THAT(memory().allKeys(), ElementsAre("Logging/level"));
-}
-
-TEST_F(Memory, ReadingCreatesNothing)
-{
-    memory().contains("Logging", "level");
-    memory().value("Logging", "level");
-
-    EXPECT_FALSE(memory().contains("Logging", "level"));
-    EXPECT_THAT(memory().allKeys(), IsEmpty());
 }
 
 TEST_F(Memory, DistinguishesCaseAndBlanks)
@@ -75,28 +48,6 @@ TEST_F(Memory, DistinguishesCaseAndBlanks)
     EXPECT_THAT(memory().value("Logging", "Level"), IsVariant(2));
     EXPECT_THAT(memory().value("Logging", " level"), IsVariant(3));
     EXPECT_THAT(memory().value("logging", "level"), IsVariant(4));
-}
-
-TEST_F(Memory, RemovesOneKey)
-{
-    memory().setValue("Logging", "level", 3);
-    memory().setValue("Logging", "limit", 512);
-    memory().remove("Logging", "level");
-
-    EXPECT_FALSE(memory().contains("Logging", "level"));
-    EXPECT_THAT(memory().value("Logging", "level"), IsInvalid());
-    EXPECT_THAT(memory().allKeys(), ElementsAre("Logging/limit"));
-}
-
-TEST_F(Memory, RemovingWhatIsAbsentChangesNothing)
-{
-    memory().setValue("Logging", "level", 3);
-    memory().remove("Video", "output");
-    memory().remove("Logging", "limit");
-    memory().remove("logging", "level");
-
-    EXPECT_THAT(memory().allKeys(), ElementsAre("Logging/level"));
-    EXPECT_FALSE(memory().contains("Video", "output"));
 }
 
 TEST_F(Memory, RemovingAnEmptyKeyRemovesThatKeyAlone)

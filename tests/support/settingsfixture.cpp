@@ -25,10 +25,8 @@ void SettingsFixture::hold(Location location, const char *group, const char *key
         return setVariable(QByteArray("STBAPP_") + QByteArray(group).toUpper() + '_'
                                + QByteArray(key).toUpper(),
                            text);
-    case TemporaryApplicationStorage:
-        return heldInMemory.push_back({group, key, text});
-    case DhcpOptionsConf:
-        FAIL() << "no storage serves this location";
+    default: // written through the manager, as soon as there is one
+        return stored.push_back({location, group, key, text});
     }
 }
 
@@ -45,8 +43,12 @@ ConfigurationManager &SettingsFixture::manager()
     if (!existingManager) {
         existingManager =
             std::make_unique<ConfigurationManager>(persistentPrefix(), defaultPrefix(), &handler);
-        for (const Entry &entry : heldInMemory)
-            temporaryStorage()->setValue(entry.group, entry.key, entry.text);
+        for (const Entry &entry : stored) {
+            IStorableBackend *storage = existingManager->dynamicStorage(entry.location);
+            EXPECT_NE(storage, nullptr) << "hold() knows no way into " << entry.location;
+            if (storage)
+                storage->setValue(entry.group, entry.key, entry.text);
+        }
     }
     return *existingManager;
 }

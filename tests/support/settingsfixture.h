@@ -40,8 +40,7 @@ protected:
     QString customFile() const { return scratch.path("data/custom.conf"); }
     QString defaultFile() const { return scratch.path("etc/stbapp.conf"); }
 
-    /// Puts a text into a location. The memory takes it at any time; the others only before the
-    /// manager is made.
+    /// Puts a text into a location, before the manager is made.
     void hold(Location location, const char *group, const char *key, const char *text);
     void writeDefaultFile(const char *content) { scratch.write("etc/stbapp.conf", content); }
     void writeCustomFile(const char *content) { scratch.write("data/custom.conf", content); }
@@ -66,11 +65,12 @@ private:
 
     struct Entry
     {
+        Location location;
         const char *group;
         const char *key;
         const char *text;
     };
-    std::vector<Entry> heldInMemory;
+    std::vector<Entry> stored;
     std::unique_ptr<stbconfig::ConfigurationManager> existingManager;
 };
 

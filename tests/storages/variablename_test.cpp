@@ -1,82 +1,15 @@
 // SPDX-FileCopyrightText: The stbconfig authors
 // SPDX-License-Identifier: MIT
 
-#include "support/environment.h"
-#include "support/files.h"
-#include "support/matchers.h"
-#include "support/recordinghandler.h"
+#include "support/printers.h"
 
-#include <stbconfig/backendinterfaces.h>
-#include <stbconfig/backends/backends_p.h>
 #include <stbconfig/backends/variablename_p.h>
 
-#include <QtCore/QFile>
 #include <QtCore/QRandomGenerator>
 
 #include <gtest/gtest.h>
 
 using namespace stbconfig;
-
-TEST(BackendFactories, OpenTheFileTheyAreGiven)
-{
-    const ScratchDirectory scratch;
-    const QString path = scratch.write("any name", "[Video]\noutput=hdmi\n");
-    const auto file = createQtSettingsIniBackend(path, nullptr);
-
-    EXPECT_THAT(file->value("Video", "output"), IsText("hdmi"));
-    file->setValue("Video", "output", "scart");
-    EXPECT_EQ(contentOf(path), "[Video]\noutput=hdmi\n");
-}
-
-TEST(BackendFactories, AFileIsWrittenWhenItsStorageIsDestroyed)
-{
-    const ScratchDirectory scratch;
-    auto file = createQtSettingsIniBackend(scratch.path("file"), nullptr);
-    file->setValue("Video", "output", "scart");
-    file.reset();
-
-    EXPECT_EQ(contentOf(scratch.path("file")), "[Video]\noutput=scart\n");
-}
-
-TEST(BackendFactories, AFileWithoutAHandlerRefusesInSilence)
-{
-    const ScratchDirectory scratch;
-    const auto file = createQtSettingsIniBackend(scratch.unwritablePrefix() + "file", nullptr);
-    file->setValue("Video", "output", "scart");
-    file->remove("Video", "output");
-
-    EXPECT_FALSE(file->contains("Video", "output"));
-}
-
-TEST(BackendFactories, EachEnvironmentIsASnapshotOfItsOwn)
-{
-    clearVariables();
-    const auto before = createEnvironmentReader(nullptr);
-    setVariable("STBAPP_VIDEO_OUTPUT", "hdmi");
-    const auto after = createEnvironmentReader(nullptr);
-    clearVariables();
-
-    EXPECT_FALSE(before->contains("Video", "output"));
-    EXPECT_THAT(after->value("Video", "output"), IsText("hdmi"));
-}
-
-TEST(BackendFactories, TheEnvironmentNeverReports)
-{
-    RecordingHandler handler;
-    const auto environment = createEnvironmentReader(&handler);
-    environment->value("no such", "variable");
-    environment->contains("no such", "variable");
-
-    EXPECT_THAT(handler.messages(), ::testing::IsEmpty());
-}
-
-TEST(BackendFactories, EachMemoryIsEmpty)
-{
-    const auto one = createDynamicMapStorage();
-    one->setValue("Video", "output", "hdmi");
-
-    EXPECT_THAT(createDynamicMapStorage()->allKeys(), ::testing::IsEmpty());
-}
 
 namespace {
 
