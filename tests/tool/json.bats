@@ -438,7 +438,7 @@ require(names, definitions["$defs"]["location"]["enum"])
 manual = text("tools/stbconfig/man/stbconfig.1.scd")
 sentence = re.search(r"A _LOCATION_ is the beginning of (.*?), in any case", manual)[1]
 require(names, re.split(r", | or ", sentence))
-sentence = re.search(r"the one that answers first: (.*?); then", manual)[1]
+sentence = re.search(r"the one that answers first: (.*?)\. Then", manual)[1]
 require(marks, sentence.replace("*", "").replace("the ", "").split(", "))
 page = text("tools/stbconfig/man/stbapp.conf.5.scd")
 require([name for name in names if name not in without], re.findall(r" \. (\w+):", page))
