@@ -30,7 +30,7 @@ void whenWritten(const stbconfig::IReadableBackend *storage, Callback callback)
         QCoreApplication::instance(), [=] { callback(storage->isValid()); }, Qt::QueuedConnection);
 }
 
-// A file keeps no types but that of a list.
+// Compares lists and whatever has a text. Values of other types, such as sizes, count as equal.
 inline QString textOf(const QVariant &value)
 {
     const bool isList = value.userType() == QMetaType::QStringList;

@@ -3,8 +3,9 @@
 """Usage: reliability_page.py SOURCE_DIR
 
 Compares docs/reliability.md with the tests: every row names tests that exist, every test of the
-faults stands in a row, and the functions that the page names are those of waysout.h. The tests and
-the mutants that docs/losses.md names must exist, too.
+faults and of what Qt does to a file stands in a row, and the page names every function of waysout.h.
+The tests in the rows of docs/ini-files.md and SECURITY.md must exist, too, and the tests and mutants
+that docs/losses.md names.
 """
 
 import fnmatch
@@ -51,13 +52,24 @@ def complaints(root):
         named.update(names)
     for name in sorted(named - existing):
         yield f"no such test: {name}"
-    for name in sorted(set(tests_in(root / "tests/faults")) - named):
+    faults = {*tests_in(root / "tests/faults"), *(
+        name for name in tests_in(root / "tests/ini")
+        if name.startswith(("QtFileMode.", "QtIniContent.", "QtIniLink.")))}
+    for name in sorted(faults - named):
         yield f"in no row: {name}"
     code = (root / "examples/waysout.h").read_text()
     functions = re.findall(r"^(?:inline )?(?:void|bool) (\w+)\(", code, re.M)
+    if not functions:
+        yield "waysout.h has no functions"
     for name in functions:
         if f"`{name}()`" not in page:
             yield f"not named: {name}() of waysout.h"
+
+
+def complaints_about_rows(root, page):
+    named = {name for _, names in rows_of((root / page).read_text()) for name in names}
+    for name in sorted(named - set(tests_in(root / "tests"))):
+        yield f"no such test: {name}"
 
 
 def complaints_about_losses(root):
@@ -76,6 +88,8 @@ def main():
     root = pathlib.Path(sys.argv[1])
     found = [f"docs/reliability.md: {complaint}" for complaint in complaints(root)]
     found += [f"docs/losses.md: {complaint}" for complaint in complaints_about_losses(root)]
+    for page in ("docs/ini-files.md", "SECURITY.md"):
+        found += [f"{page}: {complaint}" for complaint in complaints_about_rows(root, page)]
     for complaint in found:
         print(complaint, file=sys.stderr)
     return 1 if found else 0

@@ -186,7 +186,7 @@ TEST_F(QtThreadFaults, AForgottenChangeIsWrittenWithTheNextOne)
     EXPECT_EQ(contentOf(customFile()), "[Video]\noutput=second\nrate=50\n");
 }
 
-// Only counts how often that happens by itself.
+// This only counts how often the event loop forgets a change, but each that it forgets must stay forgotten.
 TEST_F(QtThreadFaults, AChangeThatTheEventLoopForgetsIsForgottenForEver)
 {
     int changes = 0;

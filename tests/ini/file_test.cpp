@@ -220,6 +220,8 @@ TEST_F(ProtectedIniFile, ThatIsReadOnlyStaysAsItIs)
 TEST_F(ProtectedIniFile, ThatIsUnreadableIsInvalidAnswersInSilenceAndRefusesChanges)
 {
     writeDefaultFile("[Video]\noutput=hdmi\n");
+    for (const QString &path : {scratch.path("etc"), defaultFile()})
+        ASSERT_EQ(chmod(path.toLocal8Bit().constData(), 0755), 0);
     protectCustomFile(0222);
 
     asOrdinaryUser([this] {

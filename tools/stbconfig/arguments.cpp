@@ -14,8 +14,8 @@
 
 namespace {
 
-// Marks a word that CLI11 would otherwise not read as a word. For CLI11 2.4, no option begins with a lower
-// character.
+// Marks a word that CLI11 would otherwise not read as a word. A control character below the blank would not do:
+// CLI11 2.4 takes no option to begin with one, so "-word" would become a value.
 constexpr char protection = '\x7f';
 
 // Returns where the value of "--name=value" begins; npos for any other word.

@@ -82,7 +82,8 @@ struct Breach
 /// Returns nothing if the value is allowed.
 std::optional<Breach> breachOf(const Described &described, const QVariant &value);
 
-/// Says what to do about it, but not for a secret: what is nearest would tell a part of it.
+/// Says what to do about it. For a secret it does not name the nearest value, which would tell a part
+/// of the secret.
 QString remedy(const Breach &breach, const Described &described, bool isSecret);
 
 /// Says that the description knows no such setting, and which of its names is the nearest, or by

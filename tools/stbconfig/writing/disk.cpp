@@ -46,7 +46,7 @@ int flushDirectory(const QString &directory)
 {
     const Descriptor descriptor(openQuietly(directory, O_DIRECTORY));
     if (descriptor.number < 0)
-        return errno == EACCES ? 0 : errno; // only its owner may list and flush it
+        return errno == EACCES ? 0 : errno; // this user may not list it, so cannot flush it
     // A file system that cannot flush a directory says EINVAL.
     return fsync(descriptor.number) == 0 || errno == EINVAL ? 0 : errno;
 }
