@@ -52,6 +52,24 @@ setup()
     [ "$status" = 75 ]
 }
 
+# Without a file, clang-format reads what is empty and finds nothing wrong with it, as this one does.
+@test "the format is that of the project's files, and a failure if git does not name them" {
+    command -v git >/dev/null || skip "no git here"
+    mkdir bin
+    printf '#!/bin/sh\n[ $# -le 2 ] || cat -- "$3" >>formatted\n' >bin/clang-format
+    chmod +x bin/clang-format
+    export PATH=$PWD/bin:$PATH GIT_CEILING_DIRECTORIES=${BATS_TEST_TMPDIR%/*}
+    run .ci/run format
+    [ "$status" != 0 ]
+    git init --quiet
+    run .ci/run format
+    [ "$status" != 0 ]
+    echo "a file" >"a name.cpp"
+    git add "a name.cpp"
+    .ci/run format
+    [ "$(<formatted)" = "a file" ]
+}
+
 @test "a phase that is unknown is refused in one line, before any runs" {
     run .ci/run demo nonsense
     [ "$status" = 2 ]

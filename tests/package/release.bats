@@ -14,6 +14,7 @@ setup()
     mkdir -p "$tree/scripts/support" "$tree/debian" "$tree/tools/stbconfig" "$BATS_TEST_TMPDIR/bin"
     cd "$tree"
     cp "$BATS_TEST_DIRNAME/../../scripts/release" scripts
+    cp "$BATS_TEST_DIRNAME/../../scripts/support/functions.sh" scripts/support
     echo "project(stbconfig VERSION 1.2.3 LANGUAGES CXX" >CMakeLists.txt
     printf '# Changelog\n\n## [1.2.3] - 2026-01-02\n\n## [1.2.2] - 2025-01-02\n' >CHANGELOG.md
     printf 'stbconfig (1.2.3) bookworm; urgency=medium\n' >debian/changelog
@@ -89,6 +90,11 @@ refused()
     echo >>debian/changelog
     refused "CMakeLists.txt: differs from the tag; commit or undo it" \
         "debian/changelog: differs from the tag; commit or undo it"
+}
+
+@test "a tree is refused of which git does not say what differs" {
+    stand_in "$BATS_TEST_TMPDIR/bin/git" "[ \$1 != status ] || exit 128; exec $(command -v git) \"\$@\""
+    refused "git: does not say what differs from the tag; see git status"
 }
 
 @test "a commit without a tag is refused" {
