@@ -12,6 +12,7 @@ setup()
     cd "$BATS_TEST_TMPDIR"
     cp "$checkout/.ci/run" .ci
     cp "$checkout/scripts/support/packages.txt" scripts/support
+    unset GITHUB_ACTIONS
     for script in $(.ci/run --list | grep -o 'scripts/[a-z/-]*' | sort -u) scripts/support/install-packages; do
         printf '#!/bin/sh\necho "$0${1:+ $*}" >>calls\n[ "$0${1:+ $*}" != "$FAILS" ] || exit "$STATUS"\n' \
             >"$script"
@@ -50,6 +51,14 @@ setup()
     [[ $output == *"SKIPPED: arm64;"* ]]
     FAILS="scripts/demo" STATUS=75 run .ci/run demo
     [ "$status" = 75 ]
+}
+
+@test "GitHub is warned of a phase that was skipped, in a line of its own, and of no other" {
+    export GITHUB_ACTIONS=true
+    FAILS="scripts/package arm64" STATUS=75 .ci/run arm64 demo >output
+    grep -x "::warning::skipped: arm64" output
+    .ci/run arm64 demo >output
+    [ -z "$(grep "::warning::" output)" ]
 }
 
 # Without a file, clang-format reads what is empty and finds nothing wrong with it, as this one does.
