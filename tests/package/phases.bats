@@ -103,6 +103,14 @@ setup()
     grep -x "format " jobs
 }
 
+@test "the workflow gets a refusal in one line if it asks for neither change nor night" {
+    for when in nonsense "" .; do
+        run .ci/run --matrix $when
+        [ "$status" = 2 ]
+        [ "$output" = ".ci/run: ${when:-no word}: unknown; give change or night" ]
+    done
+}
+
 @test "the workflow and the longest test name no command of their own" {
     [ -z "$(grep -n "scripts/" "$checkout/.github/workflows/ci.yml")" ]
     phases=$(sed -n 's/.*exec \.ci\/run //p' "$checkout/scripts/test")
