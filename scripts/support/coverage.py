@@ -1,6 +1,6 @@
 # SPDX-FileCopyrightText: The stbconfig authors
 # SPDX-License-Identifier: MIT
-"""Runs the tests of the library and of the command, and sees which lines and branches they take.
+"""Runs the tests that .ci/run coverage has built, and sees which lines and branches they take.
 
 Fails unless they take every line and both ways of every branch of stbconfig/ and tools/, or the
 line stands with its reason in tests/mutation/uncovered.txt. Counts what is written in the sources, by Clang:
@@ -26,23 +26,6 @@ OBJECTS = [BUILD / "tests" / "stbconfig_private_test", "-object", TOOL,
 
 def call(*command, **options):
     return subprocess.run(command, cwd=ROOT, check=True, **options)
-
-
-def build():
-    with open(BUILD / "log", "w", encoding="utf-8") as log:
-        try:
-            # The counters stand in the file itself, so that they survive however a process ends.
-            call("cmake", "-S", ROOT, "-B", BUILD, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
-                 "-DCMAKE_CXX_COMPILER=clang++", "-DCMAKE_UNITY_BUILD=ON",
-                 "-DSTBCONFIG_BUILD_EXAMPLES=OFF", "-DCMAKE_CXX_FLAGS=-fprofile-instr-generate "
-                 "-fcoverage-mapping -mllvm -runtime-counter-relocation",
-                 stdout=log, stderr=log)
-            call("cmake", "--build", BUILD, "--target", "stbconfig_public_test", "stbconfig_private_test",
-                 "stbconfig_tool", "stbconfig_man", "faulty_calls", "upgraded",
-                 "description_test", "provenance_test", "rawfile_test", stdout=log, stderr=log)
-        except subprocess.CalledProcessError:
-            print((BUILD / "log").read_text(), file=sys.stderr)
-            sys.exit("coverage: the tests: not built; see the messages above")
 
 
 def measure():
@@ -107,8 +90,6 @@ def judge():
         sys.exit("coverage: not whole; build/coverage/report/index.html shows where, add the test")
 
 
-BUILD.mkdir(parents=True, exist_ok=True)
-build()
 measure()
 export("show", "-format", "html", "-show-branches", "count", "-output-dir", BUILD / "report")
 judge()

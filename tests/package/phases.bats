@@ -11,7 +11,7 @@ setup()
     mkdir -p "$BATS_TEST_TMPDIR/.ci" "$BATS_TEST_TMPDIR/scripts/support"
     cd "$BATS_TEST_TMPDIR"
     cp "$checkout/.ci/run" .ci
-    cp "$checkout/scripts/support/packages.txt" scripts/support
+    cp "$checkout/scripts/support/packages.txt" "$checkout/scripts/support/functions.sh" scripts/support
     unset GITHUB_ACTIONS
     for script in $(.ci/run --list | grep -o 'scripts/[a-z/-]*' | sort -u) scripts/support/install-packages; do
         printf '#!/bin/sh\necho "$0${1:+ $*}" >>calls\n[ "$0${1:+ $*}" != "$FAILS" ] || exit "$STATUS"\n' \
