@@ -291,8 +291,8 @@ def main():
     parser = argparse.ArgumentParser(prog="scripts/mutation-test", description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--sample", type=int, metavar="N",
-                        help="try N of them, but none that rules make of the command; "
-                             "others for each commit")
+                        help="try N of them, others for each commit, but none that rules make of "
+                             "the command: to try those, name a file of it as WORD instead")
     parser.add_argument("words", nargs="*", metavar="WORD",
                         help="try only those whose title contains one of the words")
     arguments = parser.parse_args()
@@ -305,7 +305,7 @@ def main():
     if arguments.words:
         mutations = [m for m in mutations if any(word in m.title for word in arguments.words)]
     if arguments.sample:
-        # Most mutants that rules make of the command have met no test yet, so only whole runs try them.
+        # Most mutants that rules make of the command have met no test yet, so they are tried by hand.
         mutations = [m for m in mutations if not m.title.startswith("tools/")]
         commit = run("git", "rev-parse", "HEAD").stdout
         mutations = random.Random(commit).sample(mutations, min(arguments.sample, len(mutations)))
