@@ -18,7 +18,7 @@ is_refused() { [[ $QT_MAJOR -gt 5 && $1 == *$'\ufeff'* ]]; }
 
 hostile=('[1080,720]' '[::1]' '[]' '[' ']' '[a' '++' '+' '-' '---' -5 -0 -1.5 -1e5 '' ' ' ' a ' $'\ta' $'a\nb' $'a\n' $'\n' $'\r\n'
     $'\ufeff' $'\ufeffa' '%%' '%' '{}' '=' 'a=b' '@' '@@' '@Variant(x)' '@Size(1 2)' '@Invalid()' '@ByteArray(x)' '@x' '\' '\\' '\x41'
-    '"' '""' "'" ';' 'a;b' ',' 'a, b' 'a,' $'\x01' $'\x01a' $'\x7f' $'\x7fa' set.get $'\u00e4\u0416' $'\U1f600' $'\u202e' '/' '/opt/x' 'C:\x'
+    '"' '""' "'" ';' 'a;b' ',' 'a, b' 'a,' $'\x01' $'\x01a' $'\x7f' $'\x7fa' set.get a_b $'\u00e4\u0416' $'\U1f600' $'\u202e' '/' '/opt/x' 'C:\x'
     '$HOME' '*' '#' set get list logging true '********' '?')
 # These words are options to a command, unless "--" stands before them.
 like_options=(-hx -vx -x -.5 -inf $'-\x01' $'-\x01x' $'-\x7f' $'-\x7fx' --default= --default=x --default=--x=y --x --x= --= -x --json --json=x -v -0 --help --version -- --storage=x)
