@@ -228,7 +228,8 @@ std::optional<Obstacle> of(const QString &file, qint64 size)
         if (auto problem = ofOwner(file, status, around))
             return problem;
     }
-    if (auto problem = ofDenial(file, denied(directory, W_OK | X_OK),
+    // That the directory can be searched has shown when the file was read.
+    if (auto problem = ofDenial(file, denied(directory, W_OK),
                                 "the directory " + directory + " is not writable",
                                 "make it writable, the file alone is not enough"))
         return problem;
