@@ -93,8 +93,8 @@ QString Session::source(provenance::Location location, const Setting &setting) c
 QStringList Session::knownSettings() const
 {
     QStringList known = names::ofTheLibrary() + names::described();
-    const QStringList files = m_files.ofLocations();
-    for (const QString &file : files)
+    const QStringList all = m_files.ofLocations();
+    for (const QString &file : all)
         known += m_settings[file];
     known.removeDuplicates();
     known.sort();
