@@ -119,3 +119,10 @@ setup()
         .ci/run --list | grep "^$phase "
     done
 }
+
+@test "a person starts eight scripts at most, and CONTRIBUTING lists each" {
+    cd "$checkout"
+    find scripts -maxdepth 1 -type f | sort >"$BATS_TEST_TMPDIR/there"
+    [ "$(wc -l <"$BATS_TEST_TMPDIR/there")" -le 8 ]
+    sed -n 's/^\(scripts\/[a-z-]*\) *# .*/\1/p' CONTRIBUTING.md | sort | diff "$BATS_TEST_TMPDIR/there" -
+}
